@@ -1,0 +1,72 @@
+#include "display/device.h"
+
+#include "common/message.h"
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+framebuffer display_device;
+fb_var_screeninfo var_info;
+
+int bpp_supported(int32_t bpp)
+{
+    if (bpp == 1 || bpp == 2 || bpp == 4 || bpp == 8)
+        return 1;
+    message("bpp_supported", "bpp = %d not supported\n", bpp);
+    return 0;
+}
+
+int read_screen_info()
+{
+    return ioctl(display_device.fd, FBIOGET_VSCREENINFO, &var_info);
+}
+
+static uint8_t *map_device(uint32_t bytes)
+{
+    return static_cast<uint8_t *>(mmap(nullptr, bytes, PROT_READ | PROT_WRITE,
+                                       MAP_SHARED | MAP_LOCKED, display_device.fd, 0));
+}
+
+static int fail()
+{
+    close_device();
+    return 1;
+}
+
+int open_device()
+{
+    framebuffer &device = display_device;
+    device.fd = open("/dev/fb0", O_RDWR);
+    if (device.fd < 0) {
+        message("open_device", "cannot open framebuffer device \"/dev/fb0\"\n");
+        return fail();
+    }
+    if (read_screen_info() != 0) {
+        message("open_device", "cannot query framebuffer geometry\n");
+        return fail();
+    }
+    const fb_var_screeninfo &info = var_info;
+    if (!bpp_supported(int32_t(info.bits_per_pixel)))
+        return fail();
+
+    device.screen_bytes = (info.yres * info.xres_virtual * info.bits_per_pixel) >> 3;
+    device.buffer_bytes = (info.yres_virtual * info.xres_virtual * info.bits_per_pixel) >> 3;
+    device.screen_map = map_device(device.screen_bytes);
+    device.buffer_map = map_device(device.buffer_bytes);
+    if (device.screen_map == MAP_FAILED) {
+        message("open_device", "cannot map framebuffer\n");
+        return fail();
+    }
+    device.screen = {int32_t(info.xres), int32_t(info.xres_virtual), int32_t(info.yres),
+                     int32_t(info.bits_per_pixel), device.screen_map};
+    device.line_bytes = (info.xres_virtual * info.bits_per_pixel) >> 3;
+    return 0;
+}
+
+void close_device()
+{
+    if (display_device.fd >= 0)
+        close(display_device.fd);
+}

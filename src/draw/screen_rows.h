@@ -1,0 +1,33 @@
+#pragma once
+
+#include "display/device.h"
+#include "draw/span.h"
+
+#include <algorithm>
+
+/// Rows of the mapped screen, for those who store luminance bytes straight into them.
+
+inline uint8_t *screen_row(int64_t y)
+{
+    return display_device.screen_map + y * display_device.line_bytes;
+}
+
+/// The bytes of the pixels x up to, but not including, x_end of row y (0 <= y < screen height),
+/// cut to the screen. Where lines round down to whole bytes, the last pixels of the last row may
+/// lie behind the mapping: they do not exist.
+inline bit_span screen_span(int64_t y, int64_t x, int64_t x_end)
+{
+    const surface &screen = display_device.screen;
+    const int64_t bytes_left = display_device.screen_bytes - y * display_device.line_bytes;
+    x_end = std::min({x_end, int64_t{screen.width}, bytes_left * 8 / screen.bpp});
+    return span_of(std::max<int64_t>(x, 0), x_end, screen.bpp);
+}
+
+/// A byte full of pixels of one gray at a depth: the gray's top bits, repeated.
+constexpr uint8_t packed_gray(uint8_t gray, int32_t bpp)
+{
+    const int level = gray >> (8 - bpp);
+    return uint8_t(level * (0xFF / ((1 << bpp) - 1)));
+}
+static_assert(packed_gray(0xB7, 8) == 0xB7 && packed_gray(0xB7, 4) == 0xBB);
+static_assert(packed_gray(0xB7, 2) == 0xAA && packed_gray(0xB7, 1) == 0xFF);

@@ -1,0 +1,80 @@
+#include "dump.h"
+
+#include "common/handles.h"
+#include "common/message.h"
+#include "display/device.h"
+
+#include <cinttypes>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+
+constexpr unsigned long EPDC_GET_WORK_BUFFER = _IOWR('F', 0x34, uint32_t);
+static_assert(EPDC_GET_WORK_BUFFER == 0xc0044634);
+
+constexpr size_t page = 4096; // the driver wants whole pages
+
+/// Unbuffered: what fwrite counts as written has reached the file.
+static open_file open_dump(const char *path)
+{
+    open_file file(fopen(path, "wb"));
+    if (file)
+        setvbuf(file.get(), nullptr, _IONBF, 0);
+    return file;
+}
+
+void dump_framebuffer(const char *path)
+{
+    const framebuffer &device = display_device;
+    if (device.buffer_map == MAP_FAILED) {
+        message("main", "cannot map framebuffer to write %s\n", path);
+        return;
+    }
+    const open_file file = open_dump(path);
+    if (!file) {
+        printf("can't open %s file for write framebuffer\n", path);
+        return;
+    }
+    const size_t written = fwrite(device.buffer_map, 1, device.buffer_bytes, file.get());
+    printf("write framebuffer(%d byte @%p) %d byte to file %s\n", int(device.buffer_bytes),
+           static_cast<void *>(device.buffer_map), int(written), path);
+}
+
+/// Reads the working buffer and writes it to the file.
+static void copy_working_buffer(FILE *file, const char *path, size_t size)
+{
+    const size_t whole_pages = (size + page - 1) / page * page;
+    const heap_bytes buffer(static_cast<uint8_t *>(aligned_alloc(page, whole_pages)));
+    if (!buffer) {
+        printf("can't allocate %zu byte for working buffer\n", size);
+        return;
+    }
+    memset(buffer.get(), 0, size);
+    const int result = ioctl(display_device.fd, EPDC_GET_WORK_BUFFER, buffer.get());
+    if (result < 0) {
+        printf("get work buffer ioctl err=%d\n", result);
+        return;
+    }
+    const size_t written = fwrite(buffer.get(), 1, size, file);
+    printf("write %d byte @0x%x to %s\n", int(written),
+           unsigned(reinterpret_cast<uintptr_t>(buffer.get())), path);
+}
+
+void dump_working_buffer_to(const char *path)
+{
+    const surface &screen = display_device.screen;
+    const open_file file = open_dump(path);
+    if (!file) {
+        printf("can't open %s to dump\n", path);
+        return;
+    }
+    // Below 8 bits per pixel the driver keeps two bytes a pixel all the same. Sides are below 2^31.
+    const int64_t pixels = int64_t{screen.width} * screen.height;
+    if (pixels <= 0 || pixels > INT32_MAX / 2)
+        printf("can't allocate %" PRId64 " byte for working buffer\n", pixels * 2);
+    else
+        copy_working_buffer(file.get(), path, size_t(pixels) * 2);
+}

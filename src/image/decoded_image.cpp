@@ -1,0 +1,122 @@
+#include "image/decoded_image.h"
+
+#include "common/handles.h"
+#include "common/message.h"
+#include "display/device.h"
+#include "draw/pixel.h"
+#include "image/decoder.h"
+
+#include <algorithm>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+struct pixels_release {
+    void operator()(uint8_t *pixels) const { stbi_image_free(pixels); }
+};
+
+/// Rows from the top, no padding; the components of a pixel adjacent.
+struct decoded_image {
+    std::unique_ptr<uint8_t[], pixels_release> pixels; // null when decoding failed
+    int width, height;
+    int components; // 1 gray, 2 gray and alpha, 3 red, green, blue, 4 with alpha
+};
+
+/// Decodes a file for `function`, whose name stands in the message.
+static decoded_image decode(const char *function, const char *path)
+{
+    decoded_image image{};
+    image.pixels.reset(stbi_load(path, &image.width, &image.height, &image.components, 0));
+    if (!image.pixels)
+        message(function, "cannot open \"%s\":%s\n", path, stbi_failure_reason());
+    return image;
+}
+
+/// Reduces `columns` pixels to gray, packs them at a depth, and stores the bytes that they complete
+/// from `to` on, where the first pixel begins `phase` bits into its byte. What lies left of it
+/// keeps its bits.
+template <int components>
+static void pack_row(const uint8_t *from, int64_t columns, uint8_t *to, int phase, int32_t bpp)
+{
+    uint32_t bits = *to >> (8 - phase); // the newest pixel in the lowest bits
+    for (const uint8_t *const end = from + columns * components; from < end; from += components) {
+        const uint32_t gray = components < 3 ? from[0] : (from[0] + from[1] + from[2]) / 3u;
+        bits = bits << bpp | gray >> (8 - bpp);
+        phase += bpp;
+        if (phase == 8) {
+            *to++ = translate_gray(uint8_t(bpp), uint8_t(bits));
+            phase = 0;
+        }
+    }
+}
+
+using row_packer = void (*)(const uint8_t *, int64_t, uint8_t *, int, int32_t);
+constexpr row_packer row_packers[] = {pack_row<1>, pack_row<2>, pack_row<3>, pack_row<4>};
+
+/// Packs the top left of an image, columns * rows pixels, into memory laid out like the screen,
+/// from pixel (x, y) on.
+static void pack_image(const decoded_image &image, int64_t columns, int64_t rows, uint8_t *memory,
+                       int32_t x, int32_t y)
+{
+    const int32_t bpp = display_device.screen.bpp;
+    const int64_t first_bit = int64_t{x} * bpp;
+    if ((first_bit + columns * bpp) / 8 == first_bit / 8)
+        return; // no row completes a byte
+    const row_packer pack = row_packers[image.components - 1];
+    const int64_t image_line = int64_t{image.width} * image.components;
+    for (int64_t r = 0; r < rows; ++r)
+        pack(image.pixels.get() + r * image_line, columns,
+             memory + (y + r) * display_device.line_bytes + first_bit / 8, int(first_bit % 8), bpp);
+}
+
+int paint_image(int32_t x, int32_t y, const char *path, int32_t *width_out, int32_t *height_out)
+{
+    const decoded_image image = decode("paint_image", path);
+    if (!image.pixels)
+        return 1;
+    *width_out = image.width;
+    *height_out = image.height;
+    const surface &screen = display_device.screen;
+    const int64_t columns = std::min<int64_t>(image.width, int64_t{screen.width} - x);
+    const int64_t rows = std::min<int64_t>(image.height, int64_t{screen.height} - y);
+    if (x >= 0 && y >= 0 && columns > 0)
+        pack_image(image, columns, rows, display_device.screen_map, x, y);
+    return 0;
+}
+
+/// Writes a whole buffer; returns 0, or 1 with a message.
+static int write_screen(int fd, const uint8_t *bytes, size_t size)
+{
+    while (size > 0) {
+        const ssize_t written = write(fd, bytes, size);
+        if (written <= 0) {
+            message("decompress_image_to_file", "Error writing to file\n");
+            return 1;
+        }
+        bytes += written;
+        size -= size_t(written);
+    }
+    return 0;
+}
+
+int decompress_image_to_file(const char *input_path, const char *output_path)
+{
+    const framebuffer &device = display_device;
+    const heap_bytes buffer(static_cast<uint8_t *>(malloc(device.screen_bytes)));
+    if (!buffer) {
+        message("decompress_image_to_file", "Cannot alloc buffer for decompression\n");
+        return 1;
+    }
+    const descriptor output(open(output_path, O_RDWR | O_CREAT | O_CLOEXEC, 0644));
+    if (output.fd < 0) {
+        message("decompress_image_to_file", "Cannot open output file %s\n", output_path);
+        return 1;
+    }
+    const decoded_image image = decode("decompress_image_to_file", input_path);
+    if (!image.pixels)
+        return 1;
+    memset(buffer.get(), 0xFF, device.screen_bytes);
+    pack_image(image, std::min(image.width, device.screen.width),
+               std::min(image.height, device.screen.height), buffer.get(), 0, 0);
+    return write_screen(output.fd, buffer.get(), device.screen_bytes);
+}

@@ -1,0 +1,15 @@
+// The image decoder and nothing else.
+
+#include "image/decoder_memory.h"
+
+#define STB_IMAGE_IMPLEMENTATION
+#define STBI_MALLOC(size) decoder_allocate(size)
+#define STBI_REALLOC_SIZED(block, old_size, size) decoder_reallocate(block, old_size, size)
+#define STBI_FREE(block) decoder_free(block)
+#define STBI_NO_THREAD_LOCALS
+#define STBI_MAX_DIMENSIONS decoder_most_pixels_a_side
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wall"
+#include "image/decoder.h"
+#pragma GCC diagnostic pop

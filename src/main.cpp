@@ -1,0 +1,224 @@
+// tavo: draws on an electrophoretic display and asks its driver to show it.
+//
+// One call is one pass: open the device, read the options (some draw as they are read), run at most
+// one action of stage one, send the final update, or else run the operands' action.
+//
+// A new option touches: option_string and read_option (command_line.cpp), its action here
+// (stage_one_rules or run_operands) and, if it repaints the screen, refreshing_options; the usage
+// text, the README, the man page and the completion.
+
+#include "command_line.h"
+#include "common/message.h"
+#include "common/option_flags.h"
+#include "display/device.h"
+#include "display/report.h"
+#include "display/update.h"
+#include "draw/fills.h"
+#include "draw/text.h"
+#include "dump.h"
+#include "image/decoded_image.h"
+#include "image/raw_image.h"
+#include "touch/touch_test.h"
+#include "usage_text.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <iterator>
+#include <unistd.h>
+
+/// What follows a stage.
+enum class next { operands, release, close };
+
+struct stage_one_rule {
+    char letter;
+    int (*run)(invocation &call); // returns the exit status
+};
+
+static int run_overlay(invocation &call)
+{
+    const char *const path = operand(call, 1);
+    return overlay_bitmap(call.x, call.y, path != nullptr ? path : "");
+}
+
+static int run_bitmap(invocation &call)
+{
+    return paint_bitmap(call.x, call.y, call.image_path);
+}
+
+/// On success the image's size is the size of the update.
+static int run_image(invocation &call)
+{
+    return paint_image(call.x, call.y, call.image_path, &call.w, &call.h);
+}
+
+static int run_rectangle(invocation &call)
+{
+    return paint_rectangle(call.x, call.y, call.w, call.h, uint8_t(call.level));
+}
+
+static int run_touch_test(invocation &call)
+{
+    touch_test(call.touch_path);
+    return 0;
+}
+
+static int run_grid(invocation &call)
+{
+    overlay_grid(std::max(call.grid_size, 2));
+    return 0;
+}
+
+// The first row whose letter was given runs, and only that one.
+constexpr stage_one_rule stage_one_rules[] = {
+    {'o', run_overlay},   {'m', run_overlay},    {'b', run_bitmap}, {'g', run_image},
+    {'d', run_rectangle}, {'j', run_touch_test}, {'a', run_grid},
+};
+
+// Each of them ends in an update of the region.
+constexpr char refreshing_options[] = {'b', 'c', 'd', 'g', 'j', 'l', 'p', 'q', 'r'};
+
+/// A side of 0 reaches to the screen's edge, and no side reaches beyond it. The origin stays.
+static void clip_region(invocation &call)
+{
+    const auto xres = int32_t(var_info.xres), yres = int32_t(var_info.yres);
+    if (call.w == 0)
+        call.w = xres;
+    if (call.h == 0)
+        call.h = yres;
+    if (int64_t{call.x} + call.w > xres)
+        call.w = int32_t(int64_t{xres} - call.x);
+    if (int64_t{call.y} + call.h > yres)
+        call.h = int32_t(int64_t{yres} - call.y);
+}
+
+static void update_region(const invocation &call)
+{
+    update_to_display(call.x, call.y, call.w, call.h, call.wave_mode,
+                      call.full ? update_full : update_partial);
+    if (call.full)
+        wait_for_update();
+}
+
+static next run_stage_one(invocation &call, int &status)
+{
+    const auto given = [&call](char letter) { return call.given[size_t(letter)]; };
+    if (given('t'))
+        return next::operands;
+    for (const stage_one_rule &rule : stage_one_rules)
+        if (given(rule.letter)) {
+            status = rule.run(call);
+            break;
+        }
+    clip_region(call);
+    if (given('s')) {
+        update_region(call);
+        return next::close;
+    }
+    if (std::none_of(std::begin(refreshing_options), std::end(refreshing_options), given))
+        return next::operands;
+    if (given('n'))
+        return next::release;
+    if (read_screen_info() != 0)
+        message("main", "cannot read screen info 1\n");
+    else
+        update_region(call);
+    return next::close;
+}
+
+static void run_scroll(const invocation &call)
+{
+    const int32_t width = operand_count(call) == 3 ? atoi(operand(call, 3)) : 0;
+    scroll_lines(atoi(operand(call, 1)), atoi(operand(call, 2)), width);
+    refresh_unless_held(call.given['n'], call.full ? update_full : update_partial, call.wave_mode);
+}
+
+static void run_report(const invocation &call)
+{
+    print_fb_info(operand_count(call) == 1);
+    if (call.dump_path[0] != '\0') {
+        dump_framebuffer(call.dump_path);
+        dump_working_buffer = 0;
+    }
+}
+
+static int run_decompress(const invocation &call)
+{
+    if (operand_count(call) == 1) {
+        puts("Error: no file specified");
+        return 1;
+    }
+    return decompress_image_to_file(operand(call, 1), operand(call, 2));
+}
+
+/// One to three operands: an image to overlay or a string to print, at the position that stands
+/// before it when there are three.
+static int run_item(const invocation &call)
+{
+    const bool placed = operand_count(call) == 3;
+    const int32_t a = placed ? atoi(operand(call, 1)) : 0;
+    const int32_t b = placed ? atoi(operand(call, 2)) : 0;
+    const char *const item = operand(call, placed ? 3 : 1);
+    if (call.given['o'] || call.given['m'])
+        return overlay_bitmap(a, b, item);
+    const int status = print_string(a, b, item, call.given['h']);
+    refresh_unless_held(call.given['n'], call.full ? update_full : update_partial, wave_mode_auto);
+    return status;
+}
+
+static next run_operands(const invocation &call, int &status)
+{
+    const int32_t n = operand_count(call);
+    if (call.given['z'] && (n == 2 || n == 3)) {
+        run_scroll(call);
+    } else if (call.given['i']) {
+        run_report(call);
+    } else if (n >= 1 && n <= 3 && !dump_working_buffer) {
+        if (call.given['t']) {
+            status = run_decompress(call);
+            return next::close;
+        }
+        status = run_item(call);
+    }
+    return next::release;
+}
+
+/// A standard stream that the caller has closed would hand its number to the framebuffer, and what
+/// is printed would be drawn.
+static void occupy_standard_streams()
+{
+    int fd;
+    do
+        fd = open("/dev/null", O_RDWR);
+    while (fd >= 0 && fd <= STDERR_FILENO);
+    if (fd >= 0)
+        close(fd);
+}
+
+int main(int argc, char **argv)
+{
+    if (argc < 2) {
+        puts(usage_text);
+        return 1;
+    }
+    occupy_standard_streams();
+    if (open_device() != 0)
+        return 0;
+    invocation call = read_command_line(argc, argv);
+    if (call.given['n'])
+        hold_updates();
+
+    int status = 0;
+    if (call.w >= 0 && call.h >= 0) {
+        next step = run_stage_one(call, status);
+        if (step == next::operands)
+            step = run_operands(call, status);
+        if (step == next::release && call.given['n'])
+            release_updates();
+    }
+    if (dump_working_buffer)
+        dump_working_buffer_to(call.dump_path);
+    close_device();
+    return status;
+}
