@@ -67,7 +67,7 @@ static void read_option(invocation &call, int letter)
         call.y = atoi(optarg);
         break;
     }
-    call.given[letter] = true;
+    call.options[letter] = true;
     ++call.option_count;
 }
 

@@ -15,9 +15,14 @@ struct invocation {
     const char *image_path = "";
     char touch_path[64] = "";
     char dump_path[64] = "";
-    bool given[128] = {};     // by option letter
+    bool options[128] = {};   // by option letter: whether it was given
     int32_t option_count = 0; // recognised option letters
 };
+
+inline bool given(const invocation &call, char letter)
+{
+    return call.options[uint8_t(letter)];
+}
 
 /// Reads the options. Those that draw at once (-c, -l, -p, -q, -r) draw into the open device as
 /// they are read. Unknown options are reported on standard error and not counted.

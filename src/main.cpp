@@ -101,24 +101,29 @@ static void update_region(const invocation &call)
         wait_for_update();
 }
 
+static bool repaints(const invocation &call)
+{
+    return std::any_of(std::begin(refreshing_options), std::end(refreshing_options),
+                       [&call](char letter) { return given(call, letter); });
+}
+
 static next run_stage_one(invocation &call, int &status)
 {
-    const auto given = [&call](char letter) { return call.given[size_t(letter)]; };
-    if (given('t'))
+    if (given(call, 't'))
         return next::operands;
     for (const stage_one_rule &rule : stage_one_rules)
-        if (given(rule.letter)) {
+        if (given(call, rule.letter)) {
             status = rule.run(call);
             break;
         }
     clip_region(call);
-    if (given('s')) {
+    if (given(call, 's')) {
         update_region(call);
         return next::close;
     }
-    if (std::none_of(std::begin(refreshing_options), std::end(refreshing_options), given))
+    if (!repaints(call))
         return next::operands;
-    if (given('n'))
+    if (given(call, 'n'))
         return next::release;
     if (read_screen_info() != 0)
         message("main", "cannot read screen info 1\n");
@@ -131,7 +136,7 @@ static void run_scroll(const invocation &call)
 {
     const int32_t width = operand_count(call) == 3 ? atoi(operand(call, 3)) : 0;
     scroll_lines(atoi(operand(call, 1)), atoi(operand(call, 2)), width);
-    refresh_unless_held(call.given['n'], call.full ? update_full : update_partial, call.wave_mode);
+    refresh_unless_held(given(call, 'n'), call.full ? update_full : update_partial, call.wave_mode);
 }
 
 static void run_report(const invocation &call)
@@ -160,22 +165,22 @@ static int run_item(const invocation &call)
     const int32_t a = placed ? atoi(operand(call, 1)) : 0;
     const int32_t b = placed ? atoi(operand(call, 2)) : 0;
     const char *const item = operand(call, placed ? 3 : 1);
-    if (call.given['o'] || call.given['m'])
+    if (given(call, 'o') || given(call, 'm'))
         return overlay_bitmap(a, b, item);
-    const int status = print_string(a, b, item, call.given['h']);
-    refresh_unless_held(call.given['n'], call.full ? update_full : update_partial, wave_mode_auto);
+    const int status = print_string(a, b, item, given(call, 'h'));
+    refresh_unless_held(given(call, 'n'), call.full ? update_full : update_partial, wave_mode_auto);
     return status;
 }
 
 static next run_operands(const invocation &call, int &status)
 {
     const int32_t n = operand_count(call);
-    if (call.given['z'] && (n == 2 || n == 3)) {
+    if (given(call, 'z') && (n == 2 || n == 3)) {
         run_scroll(call);
-    } else if (call.given['i']) {
+    } else if (given(call, 'i')) {
         run_report(call);
     } else if (n >= 1 && n <= 3 && !dump_working_buffer) {
-        if (call.given['t']) {
+        if (given(call, 't')) {
             status = run_decompress(call);
             return next::close;
         }
@@ -206,7 +211,7 @@ int main(int argc, char **argv)
     if (open_device() != 0)
         return 0;
     invocation call = read_command_line(argc, argv);
-    if (call.given['n'])
+    if (given(call, 'n'))
         hold_updates();
 
     int status = 0;
@@ -214,7 +219,7 @@ int main(int argc, char **argv)
         next step = run_stage_one(call, status);
         if (step == next::operands)
             step = run_operands(call, status);
-        if (step == next::release && call.given['n'])
+        if (step == next::release && given(call, 'n'))
             release_updates();
     }
     if (dump_working_buffer)

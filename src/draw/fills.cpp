@@ -107,18 +107,45 @@ int paint_rectangle(int32_t x, int32_t y, int32_t w, int32_t h, uint8_t gray)
     return 0;
 }
 
+/// Clears in `to` the bits that are clear in `kept`, a machine word at a time.
+static void keep_bits(uint8_t *to, const uint8_t *kept, size_t bytes)
+{
+    size_t done = 0;
+    for (size_t bits, mask; done + sizeof bits <= bytes; done += sizeof bits) {
+        memcpy(&bits, to + done, sizeof bits);
+        memcpy(&mask, kept + done, sizeof mask);
+        bits &= mask;
+        memcpy(to + done, &bits, sizeof bits);
+    }
+    for (; done < bytes; ++done)
+        to[done] &= kept[done];
+}
+
+constexpr int32_t mask_bytes = 4096; // a row of most screens
+
+/// Blackens every n-th column, counted from column 0, between x and x_end in all rows: as a row of
+/// bits to keep, laid over each. x begins a byte, and the columns fill mask_bytes at the most.
+static void paint_columns(int32_t n, int64_t x, int64_t x_end)
+{
+    const surface &screen = display_device.screen;
+    uint8_t kept[mask_bytes];
+    memset(kept, 0xFF, sizeof kept);
+    for (int64_t column = (x + n - 1) / n * n; column < x_end; column += n)
+        fill_span(kept, span_of(column - x, column - x + 1, screen.bpp), 0x00);
+    for (int64_t y = 0; y < screen.height; ++y) {
+        const bit_span span = screen_span(y, x, x_end);
+        keep_bits(screen_row(y) + span.first_byte, kept, size_t(span.bytes));
+    }
+}
+
 void overlay_grid(int32_t n)
 {
     const surface &screen = display_device.screen;
     if (n < 1)
         return;
-    for (int64_t y = 0; y < screen.height; ++y) {
-        uint8_t *const row = screen_row(y);
-        if (y % n == 0) {
-            memset(row, 0x00, display_device.line_bytes);
-            continue;
-        }
-        for (int64_t x = 0; x < screen.width; x += n)
-            fill_span(row, screen_span(y, x, x + 1), 0x00);
-    }
+    for (int64_t y = 0; y < screen.height; y += n)
+        memset(screen_row(y), 0x00, display_device.line_bytes);
+    const int32_t columns = mask_bytes * 8 / screen.bpp;
+    for (int64_t x = 0; x < screen.width; x += columns)
+        paint_columns(n, x, std::min(x + columns, int64_t{screen.width}));
 }
