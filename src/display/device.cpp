@@ -2,6 +2,7 @@
 
 #include "common/message.h"
 
+#include <algorithm>
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
@@ -35,6 +36,19 @@ static int fail()
     return 1;
 }
 
+/// The visible screen. A driver that contradicts itself, with more pixels to a row than its storage
+/// has or sizes whose product overflows, gets a screen that ends where the mapping does.
+static surface mapped_screen()
+{
+    const framebuffer &device = display_device;
+    const fb_var_screeninfo &info = var_info;
+    const uint32_t mapped_rows =
+        device.line_bytes == 0 ? info.yres : device.screen_bytes / device.line_bytes;
+    return {int32_t(std::min(info.xres, info.xres_virtual)), int32_t(info.xres_virtual),
+            int32_t(std::min(info.yres, mapped_rows)), int32_t(info.bits_per_pixel),
+            device.screen_map};
+}
+
 int open_device()
 {
     framebuffer &device = display_device;
@@ -59,9 +73,8 @@ int open_device()
         message("open_device", "cannot map framebuffer\n");
         return fail();
     }
-    device.screen = {int32_t(info.xres), int32_t(info.xres_virtual), int32_t(info.yres),
-                     int32_t(info.bits_per_pixel), device.screen_map};
     device.line_bytes = (info.xres_virtual * info.bits_per_pixel) >> 3;
+    device.screen = mapped_screen();
     return 0;
 }
 

@@ -4,11 +4,10 @@
 #include "common/wide.h"
 #include "display/device.h"
 #include "draw/span.h"
+#include "draw/stored_nibbles.h"
 
+#include <bit>
 #include <cstring>
-
-const uint8_t nibble_double[16] = {0x00, 0x03, 0x0C, 0x0F, 0x30, 0x33, 0x3C, 0x3F,
-                                   0xC0, 0xC3, 0xCC, 0xCF, 0xF0, 0xF3, 0xFC, 0xFF};
 
 static void report_range(int32_t x, int32_t y, const surface &target)
 {
@@ -76,64 +75,93 @@ void set_pixel(int32_t x, int32_t y, uint8_t ink, const surface *target)
         access_pixel(x, y, &ink, target, 0);
 }
 
-static uint8_t widen(uint8_t ink, int32_t from_bpp, int32_t to_bpp)
+static void store_word(uint8_t *to, uint32_t bits)
 {
-    for (int32_t bpp = from_bpp; bpp < to_bpp; bpp *= 2)
-        ink = nibble_double[ink];
-    return ink;
-}
-
-/// What the destination stores for each value of the source.
-struct stored_values {
-    uint8_t of[256];
-};
-
-static stored_values stored_values_for(int32_t source_bpp, int32_t destination_bpp)
-{
-    stored_values stored;
-    const int mask = (1 << destination_bpp) - 1;
-    for (int ink = 0; ink < 1 << source_bpp; ++ink)
-        stored.of[ink] = uint8_t(~widen(uint8_t(ink), source_bpp, destination_bpp) & mask);
-    return stored;
+    to[0] = uint8_t(bits >> 24);
+    to[1] = uint8_t(bits >> 16);
+    to[2] = uint8_t(bits >> 8);
+    to[3] = uint8_t(bits);
 }
 
 /// Translates one row of the source into the row at `to`, whose first pixel begins `phase` bits
 /// into its byte. Bits left and right of the row stay.
-static void translate_row(const uint8_t *from, const surface &source, const stored_values &stored,
-                          uint8_t *to, int phase, int32_t bpp)
+static void translate_row(const uint8_t *from, const surface &source, uint8_t *to, int phase,
+                          int32_t bpp)
 {
-    const uint32_t mask = (1u << source.bpp) - 1;
-    uint32_t bits = *to >> (8 - phase); // the newest pixel in the lowest bits
-    for (int32_t i = 0; i < source.width; ++i) {
-        const uint32_t bit = uint32_t(i) * uint32_t(source.bpp);
-        const uint32_t ink = (from[bit / 8] >> (8 - uint32_t(source.bpp) - bit % 8)) & mask;
-        bits = bits << bpp | stored.of[ink];
-        phase += bpp;
-        if (phase == 8) {
-            *to++ = uint8_t(bits);
-            phase = 0;
+    const stored_nibbles &stored =
+        nibbles_by_depth[std::countr_zero(unsigned(source.bpp))][std::countr_zero(unsigned(bpp))];
+    const int32_t nibble_bits = 4 * bpp / source.bpp;
+    int64_t left = phase + int64_t{source.width} * bpp; // bits to store
+    uint64_t bits = *to >> (8 - phase);
+    int64_t waiting = phase; // in the lowest places of `bits`
+    for (size_t nibble = 0; waiting < left; ++nibble) {
+        const int shift = nibble % 2 == 0 ? 4 : 0;
+        bits = bits << nibble_bits | stored[(from[nibble / 2] >> shift) & 0x0F];
+        waiting += nibble_bits;
+        if (waiting >= 32 && left >= 32) {
+            waiting -= 32;
+            left -= 32;
+            store_word(to, uint32_t(bits >> waiting));
+            to += 4;
         }
     }
-    if (phase != 0)
-        *to = merged(*to, uint8_t(bits << (8 - phase)), uint8_t(0xFF << (8 - phase)));
+    bits >>= waiting - left; // the last nibble may reach beyond the row
+    for (; left >= 8; left -= 8)
+        *to++ = uint8_t(bits >> (left - 8));
+    if (left > 0)
+        *to = merged(*to, uint8_t(bits << (8 - left)), uint8_t(0xFF << (8 - left)));
 }
 
-/// A row that equals the one above it (two of three in a glyph, all in a bar) is copied from there.
+/// How many rows of the source from row j on equal it: three in a glyph, all in a bar, whose rows
+/// of 0 bytes are one and the same.
+static int32_t equal_rows(const surface &source, int32_t j)
+{
+    const int64_t step = row_bytes(source);
+    if (step == 0)
+        return source.height - j;
+    const size_t bytes = size_t((int64_t{source.width} * source.bpp + 7) / 8);
+    const uint8_t *const first = source.pixels + j * step;
+    int32_t count = 1;
+    while (j + count < source.height && memcmp(first, first + count * step, bytes) == 0)
+        ++count;
+    return count;
+}
+
+/// Copies the span of a row into the `count` rows below it. A column of bytes is one value, so a
+/// tall and narrow span goes column by column.
+static void repeat_row(uint8_t *row, int64_t step, const bit_span &span, int32_t count)
+{
+    if (span.bytes >= count) {
+        for (int32_t i = 1; i <= count; ++i)
+            copy_span(row + i * step, row, span);
+        return;
+    }
+    for (int64_t b = 0; b < span.bytes; ++b) {
+        uint8_t *to = row + span.first_byte + b;
+        const uint8_t value = *to, mask = span.mask_of(b);
+        if (mask == 0xFF)
+            for (int32_t i = 0; i < count; ++i)
+                *(to += step) = value;
+        else
+            for (int32_t i = 0; i < count; ++i) {
+                to += step;
+                *to = merged(*to, value, mask);
+            }
+    }
+}
+
+/// Rows that equal the one above them are not translated again.
 static void translate_rows(int32_t x, int32_t y, const surface &source, const surface &destination)
 {
-    const stored_values stored = stored_values_for(source.bpp, destination.bpp);
     const bit_span span = span_of(x, int64_t{x} + source.width, destination.bpp);
     const int phase = int(int64_t{x} * destination.bpp % 8);
-    const size_t source_bytes = size_t((int64_t{source.width} * source.bpp + 7) / 8);
-    const uint8_t *from = source.pixels;
-    uint8_t *to = destination.pixels + y * row_bytes(destination);
-    for (int32_t j = 0; j < source.height; ++j) {
-        if (j > 0 && memcmp(from, from - row_bytes(source), source_bytes) == 0)
-            copy_span(to, to - row_bytes(destination), span);
-        else
-            translate_row(from, source, stored, to + span.first_byte, phase, destination.bpp);
-        from += row_bytes(source);
-        to += row_bytes(destination);
+    const int64_t step = row_bytes(destination);
+    uint8_t *to = destination.pixels + y * step;
+    for (int32_t j = 0, equal; j < source.height; j += equal, to += equal * step) {
+        equal = equal_rows(source, j);
+        translate_row(source.pixels + j * row_bytes(source), source, to + span.first_byte, phase,
+                      destination.bpp);
+        repeat_row(to, step, span, equal - 1);
     }
 }
 

@@ -8,9 +8,6 @@
 /// What is drawn is ink: 0 is paper, all bits set is black. Writing a pixel stores the complement
 /// of its ink; reading returns what is stored.
 
-/// Entry n has bits 2i and 2i + 1 equal to bit i of n: a value at twice its depth.
-extern const uint8_t nibble_double[16];
-
 /// 1 when (x, y) lies in the surface or one past its last column or row, as the far corner of a
 /// rectangle does. Otherwise 0, with a message; 0 in silence for a null surface; 0 with
 /// bpp_supported's message for a depth that cannot be drawn.

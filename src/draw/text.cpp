@@ -7,6 +7,7 @@
 #include "display/device.h"
 #include "draw/font.h"
 #include "draw/pixel.h"
+#include "draw/stored_nibbles.h"
 
 #include <cctype>
 #include <cstring>
@@ -91,8 +92,8 @@ void scroll_lines(int32_t start, int32_t count, int32_t width)
     const size_t line = display_device.line_bytes;
     const size_t moved = width != 0 ? size_t(width) : line;
     const int blank = inverted ? 0x00 : 0xFF;
-    uint8_t *row = display_device.screen_map + line * size_t(band_rows) * size_t(start);
-    for (int64_t i = 0; i < int64_t{band_rows} * count; ++i, row += line) {
+    for (int64_t i = 0; i < int64_t{band_rows} * count; ++i) {
+        uint8_t *const row = display_device.screen_map + line * size_t(band_rows * start + i);
         memcpy(row - size_t(band_rows) * line, row, moved);
         memset(row, blank, moved);
     }
