@@ -28,6 +28,32 @@ static uint8_t xor_byte(int32_t x, int32_t y, int pattern_bpp)
     return translate_gray(uint8_t(pattern_bpp), uint8_t(bits));
 }
 
+/// x XOR y enters with its low 8 bits at the most, so that the pattern repeats every 256 pixels,
+/// across and down. And it comes in blocks of 16 pixels: those of row y are those of row y % 16,
+/// block b at place b XOR y / 16.
+static void paint_xor_rows(int pattern_bpp)
+{
+    const surface &screen = display_device.screen;
+    const int32_t pixels = 8 / screen.bpp; // of a byte
+    const int32_t block = 16 / pixels;     // bytes
+    uint8_t first_rows[16][256];
+    for (int32_t y = 0; y < 16; ++y)
+        for (int32_t b = 0; b < 16 * block; ++b)
+            first_rows[y][b] = xor_byte(b * pixels, y, pattern_bpp);
+
+    const int32_t bytes = screen.width / pixels;
+    for (int32_t y = 0; y < screen.height; ++y) {
+        uint8_t *const row = screen_row(y);
+        if (y >= 256) {
+            memcpy(row, screen_row(y - 256), size_t(bytes));
+            continue;
+        }
+        for (int32_t b = 0; b < bytes; b += block)
+            memcpy(row + b, first_rows[y % 16] + ((b / block) ^ (y / 16)) % 16 * block,
+                   size_t(std::min(block, bytes - b)));
+    }
+}
+
 void paint_xor_pattern(int32_t mode)
 {
     const surface &screen = display_device.screen;
@@ -36,23 +62,7 @@ void paint_xor_pattern(int32_t mode)
                display_device.screen_bytes);
         return;
     }
-    const int pattern_bpp = mode >= 256 && mode <= 259 ? 1 << (mode - 256) : screen.bpp;
-    const int pixels = 8 / screen.bpp;
-    const int32_t bytes = screen.width / pixels;
-    // x XOR y enters with its low 8 bits at the most: the pattern repeats every 256 pixels, across
-    // and down, and what stands a period further on is copied.
-    const int32_t period = 256 / pixels;
-    for (int32_t y = 0; y < screen.height; ++y) {
-        uint8_t *const row = screen_row(y);
-        if (y >= 256) {
-            memcpy(row, screen_row(y - 256), size_t(bytes));
-            continue;
-        }
-        for (int32_t b = 0; b < std::min(bytes, period); ++b)
-            row[b] = xor_byte(b * pixels, y, pattern_bpp);
-        for (int32_t b = period; b < bytes; b += period)
-            memcpy(row + b, row, size_t(std::min(period, bytes - b)));
-    }
+    paint_xor_rows(mode >= 256 && mode <= 259 ? 1 << (mode - 256) : screen.bpp);
 }
 
 /// Cuts the screen into n * n bands, with what is left over as further bands, and gives each its
