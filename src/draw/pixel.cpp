@@ -197,8 +197,3 @@ void translate_pixel(int32_t x, int32_t y, const surface *source, const surface 
     else
         translate_rows(x, y, *source, *destination);
 }
-
-uint8_t translate_gray(uint8_t, uint8_t gray)
-{
-    return gray;
-}

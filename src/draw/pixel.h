@@ -31,4 +31,7 @@ void translate_pixel(int32_t x, int32_t y, const surface *source, const surface 
 
 /// Every gray level (0 black, 0xFF white) on its way into framebuffer bytes passes here, with the
 /// depth that it is stored for. The level stays as it is.
-uint8_t translate_gray(uint8_t depth, uint8_t gray);
+inline uint8_t translate_gray(uint8_t /*depth*/, uint8_t gray)
+{
+    return gray;
+}

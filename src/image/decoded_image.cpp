@@ -7,6 +7,7 @@
 #include "image/decoder.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
@@ -32,41 +33,59 @@ static decoded_image decode(const char *function, const char *path)
     return image;
 }
 
-/// Reduces `columns` pixels to gray, packs them at a depth, and stores the bytes that they complete
-/// from `to` on, where the first pixel begins `phase` bits into its byte. What lies left of it
-/// keeps its bits.
 template <int components>
-static void pack_row(const uint8_t *from, int64_t columns, uint8_t *to, int phase, int32_t bpp)
+static uint32_t gray_of(const uint8_t *pixel)
 {
-    uint32_t bits = *to >> (8 - phase); // the newest pixel in the lowest bits
-    for (const uint8_t *const end = from + columns * components; from < end; from += components) {
-        const uint32_t gray = components < 3 ? from[0] : (from[0] + from[1] + from[2]) / 3u;
-        bits = bits << bpp | gray >> (8 - bpp);
-        phase += bpp;
-        if (phase == 8) {
-            *to++ = translate_gray(uint8_t(bpp), uint8_t(bits));
-            phase = 0;
-        }
+    if constexpr (components < 3)
+        return pixel[0];
+    else
+        return uint32_t(pixel[0] + pixel[1] + pixel[2]) / 3;
+}
+
+/// Reduces pixels to gray, packs them and stores `bytes` whole bytes, one at the least. The first
+/// pixel has the place `first` in its byte; the pixels before it keep their bits.
+template <int components, int bpp>
+static void pack_row(const uint8_t *from, int first, uint8_t *to, int64_t bytes)
+{
+    constexpr int pixels = 8 / bpp;
+    uint32_t bits = uint32_t{*to} >> (pixels - first) * bpp; // the newest pixel lies lowest
+    const auto take_pixel = [&] {
+        bits = bits << bpp | gray_of<components>(from) >> (8 - bpp);
+        from += components;
+    };
+    for (int place = first; place < pixels; ++place)
+        take_pixel();
+    *to++ = translate_gray(bpp, uint8_t(bits));
+    for (const uint8_t *const end = to + bytes - 1; to < end; ++to) {
+        for (int place = 0; place < pixels; ++place)
+            take_pixel();
+        *to = translate_gray(bpp, uint8_t(bits));
     }
 }
 
-using row_packer = void (*)(const uint8_t *, int64_t, uint8_t *, int, int32_t);
-constexpr row_packer row_packers[] = {pack_row<1>, pack_row<2>, pack_row<3>, pack_row<4>};
+using row_packer = void (*)(const uint8_t *from, int first, uint8_t *to, int64_t bytes);
+template <int components>
+constexpr row_packer packers_by_depth[] = {pack_row<components, 1>, pack_row<components, 2>,
+                                           pack_row<components, 4>, pack_row<components, 8>};
+constexpr const row_packer *packers[] = {packers_by_depth<1>, packers_by_depth<2>,
+                                         packers_by_depth<3>, packers_by_depth<4>};
 
 /// Packs the top left of an image, columns * rows pixels, into memory laid out like the screen,
 /// from pixel (x, y) on.
 static void pack_image(const decoded_image &image, int64_t columns, int64_t rows, uint8_t *memory,
                        int32_t x, int32_t y)
 {
-    const int32_t bpp = display_device.screen.bpp;
-    const int64_t first_bit = int64_t{x} * bpp;
-    if ((first_bit + columns * bpp) / 8 == first_bit / 8)
-        return; // no row completes a byte
-    const row_packer pack = row_packers[image.components - 1];
+    const int32_t pixels = 8 / display_device.screen.bpp;
+    const int32_t first = x % pixels;
+    const int64_t bytes = (first + columns) / pixels;
+    if (bytes < 1)
+        return;
+    const row_packer pack =
+        packers[image.components - 1][std::countr_zero(unsigned(display_device.screen.bpp))];
     const int64_t image_line = int64_t{image.width} * image.components;
     for (int64_t r = 0; r < rows; ++r)
-        pack(image.pixels.get() + r * image_line, columns,
-             memory + (y + r) * display_device.line_bytes + first_bit / 8, int(first_bit % 8), bpp);
+        pack(image.pixels.get() + r * image_line, first,
+             memory + (y + r) * display_device.line_bytes + x / pixels, bytes);
 }
 
 int paint_image(int32_t x, int32_t y, const char *path, int32_t *width_out, int32_t *height_out)
