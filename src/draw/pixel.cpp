@@ -6,6 +6,7 @@
 #include "draw/span.h"
 #include "draw/stored_nibbles.h"
 
+#include <array>
 #include <bit>
 #include <cstring>
 
@@ -112,6 +113,14 @@ static void translate_row(const uint8_t *from, const surface &source, uint8_t *t
         *to = merged(*to, uint8_t(bits << (8 - left)), uint8_t(0xFF << (8 - left)));
 }
 
+static bool same_bytes(const uint8_t *a, const uint8_t *b, size_t bytes)
+{
+    size_t i = 0;
+    while (i < bytes && a[i] == b[i])
+        ++i;
+    return i == bytes;
+}
+
 /// How many rows of the source from row j on equal it: three in a glyph, all in a bar, whose rows
 /// of 0 bytes are one and the same.
 static int32_t equal_rows(const surface &source, int32_t j)
@@ -121,33 +130,46 @@ static int32_t equal_rows(const surface &source, int32_t j)
         return source.height - j;
     const size_t bytes = size_t((int64_t{source.width} * source.bpp + 7) / 8);
     const uint8_t *const first = source.pixels + j * step;
+    const uint8_t *next = first + step;
     int32_t count = 1;
-    while (j + count < source.height && memcmp(first, first + count * step, bytes) == 0)
-        ++count;
+    for (; j + count < source.height && same_bytes(first, next, bytes); ++count)
+        next += step;
     return count;
 }
 
-/// Copies the span of a row into the `count` rows below it. A column of bytes is one value, so a
-/// tall and narrow span goes column by column.
-static void repeat_row(uint8_t *row, int64_t step, const bit_span &span, int32_t count)
+/// Gives the masked bits of `count` words below `to`, `step` bytes apart, the value that they have
+/// in `to`.
+template <typename word>
+static void repeat_down(uint8_t *to, int64_t step, word mask, int32_t count)
 {
-    if (span.bytes >= count) {
-        for (int32_t i = 1; i <= count; ++i)
-            copy_span(row + i * step, row, span);
+    word value;
+    memcpy(&value, to, sizeof value);
+    if (mask == word(~word{0})) {
+        for (int32_t i = 0; i < count; ++i)
+            memcpy(to += step, &value, sizeof value);
         return;
     }
-    for (int64_t b = 0; b < span.bytes; ++b) {
-        uint8_t *to = row + span.first_byte + b;
-        const uint8_t value = *to, mask = span.mask_of(b);
-        if (mask == 0xFF)
-            for (int32_t i = 0; i < count; ++i)
-                *(to += step) = value;
-        else
-            for (int32_t i = 0; i < count; ++i) {
-                to += step;
-                *to = merged(*to, value, mask);
-            }
+    value &= mask;
+    for (int32_t i = 0; i < count; ++i) {
+        word bits;
+        memcpy(&bits, to += step, sizeof bits);
+        bits = word((bits & ~mask) | value);
+        memcpy(to, &bits, sizeof bits);
     }
+}
+
+/// Copies the span of a row into the `count` rows below it: row by row, or, where it is one or two
+/// bytes wide as a bar is, down the column.
+static void repeat_row(uint8_t *row, int64_t step, const bit_span &span, int32_t count)
+{
+    uint8_t *const to = row + span.first_byte;
+    if (span.bytes == 1)
+        repeat_down(to, step, span.head, count);
+    else if (span.bytes == 2)
+        repeat_down(to, step, std::bit_cast<uint16_t>(std::array{span.head, span.tail}), count);
+    else
+        for (int32_t i = 1; i <= count; ++i)
+            copy_span(row + i * step, row, span);
 }
 
 /// Rows that equal the one above them are not translated again.

@@ -4,6 +4,7 @@
 #include "draw/span.h"
 
 #include <algorithm>
+#include <bit>
 
 /// Rows of the mapped screen, for those who store luminance bytes straight into them.
 
@@ -19,8 +20,22 @@ inline bit_span screen_span(int64_t y, int64_t x, int64_t x_end)
 {
     const surface &screen = display_device.screen;
     const int64_t bytes_left = display_device.screen_bytes - y * display_device.line_bytes;
-    x_end = std::min({x_end, int64_t{screen.width}, bytes_left * 8 / screen.bpp});
+    const int64_t pixels_left = bytes_left << (3 - std::countr_zero(unsigned(screen.bpp)));
+    x_end = std::min({x_end, int64_t{screen.width}, pixels_left});
     return span_of(std::max<int64_t>(x, 0), x_end, screen.bpp);
+}
+
+/// Makes one pixel of the screen black; nothing where there is none.
+inline void blacken_pixel(int64_t x, int64_t y)
+{
+    const surface &screen = display_device.screen;
+    if (x < 0 || x >= screen.width || y < 0 || y >= screen.height)
+        return;
+    const int64_t bit = x * screen.bpp;
+    const int64_t offset = y * display_device.line_bytes + bit / 8;
+    const uint8_t first_pixel = uint8_t(0xFF << (8 - screen.bpp));
+    if (offset < display_device.screen_bytes)
+        display_device.screen_map[offset] &= uint8_t(~(first_pixel >> bit % 8));
 }
 
 /// A byte full of pixels of one gray at a depth: the gray's top bits, repeated.

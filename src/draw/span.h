@@ -10,9 +10,6 @@ struct bit_span {
     int64_t first_byte; // from the row's first byte
     int64_t bytes;      // touched bytes, 0 for no pixels
     uint8_t head, tail; // the bits of the first and of the last byte that belong to the pixels
-
-    /// The bits of byte b, counted from 0, that belong to the pixels.
-    uint8_t mask_of(int64_t b) const { return b == 0 ? head : b == bytes - 1 ? tail : 0xFF; }
 };
 
 /// The bytes of the pixels from x up to, but not including, x_end; none when there are none.

@@ -125,12 +125,16 @@ static void overlay_rows(const descriptor &file, int32_t x, int32_t y, const raw
                          uint64_t size)
 {
     const int64_t area = overlay_area_offset();
-    const uint64_t row_size = header.width / 2;
+    uint64_t width = header.width, height = header.height;
+    if (width % 2 == 0 && width == var_info.xres_virtual) {
+        width *= height; // rows that adjoin in the file and on the screen are one
+        height = 1;
+    }
     uint64_t consumed = 0;
-    for (uint64_t r = 0; r < header.height; ++r) {
-        const uint64_t begin = r * header.width / 2;
+    for (uint64_t r = 0; r < height; ++r) {
+        const uint64_t begin = r * width / 2;
         const int64_t pixel = x + int64_t{var_info.xres_virtual} * (y + int64_t(r));
-        const uint64_t bytes = std::min(row_size, size - std::min(begin, size));
+        const uint64_t bytes = std::min(width / 2, size - std::min(begin, size));
         if (bytes == 0 || !skip_bytes(file, begin - consumed) ||
             !read_row(file, area + floor_division(pixel, 2), int64_t(bytes), 0,
                       display_device.screen_bytes))

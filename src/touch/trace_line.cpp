@@ -24,13 +24,6 @@ static void trace(point from, point to)
     fwrite(text, 1, size_t(end - text), stderr);
 }
 
-static void plot_black(int64_t x, int64_t y)
-{
-    const surface &screen = display_device.screen;
-    if (x >= 0 && x < screen.width && y >= 0 && y < screen.height)
-        fill_span(screen_row(y), screen_span(y, x, x + 1), 0x00);
-}
-
 /// One axis of a line: where it starts, which way it goes, how far.
 struct axis {
     int64_t start;
@@ -78,7 +71,7 @@ static void draw_line(point from, point to)
             err -= longer.length;
         }
         along += longer.step;
-        plot_black(steep ? across : along, steep ? along : across);
+        blacken_pixel(steep ? across : along, steep ? along : across);
     }
 }
 
