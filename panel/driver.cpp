@@ -1,0 +1,295 @@
+#include "driver.h"
+
+#include "glass.h"
+#include "log.h"
+#include "state.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <linux/fb.h>
+#include <unistd.h>
+
+namespace {
+
+panel_settings current;
+bool settings_read;
+bool opened;
+
+struct field_text {
+    char text[160] = "";
+};
+
+// The driver's update record, 32-bit words in the processor's order: top before left.
+struct update_record {
+    int32_t top, left, width, height;
+    uint32_t wave_mode, update_mode, marker, temperature, flags;
+    uint32_t reserved[9];
+    uint32_t tail[2];
+};
+static_assert(sizeof(update_record) == 80);
+
+template <typename record>
+record fetch(const void *address)
+{
+    record copy;
+    memcpy(&copy, address, sizeof copy);
+    return copy;
+}
+
+template <typename record>
+int store(void *address, const record &value)
+{
+    memcpy(address, &value, sizeof value);
+    return 0;
+}
+
+uint32_t hold_word()
+{
+    const state_file file(state_folder(), "hold", O_RDONLY);
+    char digit = '0';
+    return file.fd >= 0 && file.read(&digit, 1) == 1 && digit == '1';
+}
+
+int write_hold_word(const char *line)
+{
+    const state_file file(state_folder(), "hold", O_WRONLY | O_CREAT | O_TRUNC);
+    return file.fd >= 0 && file.write(line, 2) == 2 ? 0 : EIO;
+}
+
+// What follows the name in the log, one function a kind of argument.
+
+void no_fields(void *, field_text &) {}
+
+void value_field(void *argument, field_text &fields)
+{
+    snprintf(fields.text, sizeof fields.text, " %ld", long(reinterpret_cast<intptr_t>(argument)));
+}
+
+void word_field(void *argument, field_text &fields)
+{
+    snprintf(fields.text, sizeof fields.text, " %u", fetch<uint32_t>(argument));
+}
+
+void marker_field(void *argument, field_text &fields)
+{
+    snprintf(fields.text, sizeof fields.text, " marker=%u", fetch<uint32_t>(argument));
+}
+
+void cmap_fields(void *argument, field_text &fields)
+{
+    const auto map = fetch<fb_cmap>(argument);
+    snprintf(fields.text, sizeof fields.text, " start=%u len=%u", map.start, map.len);
+}
+
+void update_fields(void *argument, field_text &fields)
+{
+    const auto update = fetch<update_record>(argument);
+    char mode[24];
+    snprintf(mode, sizeof mode, "mode=%u", update.update_mode);
+    uint32_t reserved = 0;
+    for (const uint32_t word : update.reserved)
+        reserved |= word;
+    snprintf(fields.text, sizeof fields.text,
+             " %d,%d %dx%d wave=%u %s marker=%u temperature=%u flags=%u tail=%u,%u%s", update.left,
+             update.top, update.width, update.height, update.wave_mode,
+             update.update_mode == 1   ? "full"
+             : update.update_mode == 0 ? "partial"
+                                       : mode,
+             update.marker, update.temperature, update.flags, update.tail[0], update.tail[1],
+             reserved ? " reserved" : "");
+}
+
+// The answers: 0 or an errno.
+
+int answer_variable_information(void *argument)
+{
+    const bool second =
+        !(current.second_visible == pixel_size{}) && calls_of("get-vscreeninfo") > 1;
+    const pixel_size visible = second ? current.second_visible : current.visible;
+    const pixel_size buffer = second ? current.second_buffer : current.buffer;
+    fb_var_screeninfo info{};
+    info.xres = visible.width;
+    info.yres = visible.height;
+    info.xres_virtual = buffer.width;
+    info.yres_virtual = buffer.height;
+    info.bits_per_pixel = current.bpp;
+    info.grayscale = 1;
+    info.red.length = info.green.length = info.blue.length = current.bpp;
+    info.width = current.millimetres.width;
+    info.height = current.millimetres.height;
+    // An e-paper panel has no video timing. These make about 40 frames a second at the default
+    // size, so that programs which work out frequencies from them have something to divide by.
+    info.pixclock = 28000; // picoseconds
+    info.left_margin = info.right_margin = info.upper_margin = info.lower_margin = 16;
+    info.hsync_len = info.vsync_len = 4;
+    return store(argument, info);
+}
+
+int answer_fixed_information(void *argument)
+{
+    fb_fix_screeninfo info{};
+    memcpy(info.id, current.id, sizeof info.id); // 16 bytes, not always ended by a zero
+    info.smem_start = 0x80000000UL;
+    info.smem_len = memory_bytes(current);
+    info.type = current.type;
+    info.visual = current.visual;
+    info.ypanstep = 1;
+    info.line_length = row_bytes(current);
+    return store(argument, info);
+}
+
+int answer_colour_map(void *argument)
+{
+    const auto map = fetch<fb_cmap>(argument);
+    const uint64_t entries = uint64_t(1) << current.bpp;
+    if (uint64_t(map.start) + map.len > entries)
+        return EINVAL;
+    if (map.len > 0 && !(map.red && map.green && map.blue))
+        return EFAULT;
+    for (uint32_t i = 0; i < map.len; ++i) {
+        map.red[i] = map.green[i] = map.blue[i] =
+            uint16_t((uint64_t(map.start) + i) * 65535 / (entries - 1));
+        if (map.transp)
+            map.transp[i] = 0;
+    }
+    return 0;
+}
+
+int answer_update(void *argument)
+{
+    const auto update = fetch<update_record>(argument);
+    const pixel_region region = {update.left, update.top, update.width, update.height};
+    const bool inverted = update.flags & 1;
+    return show_region(state_folder(), current, region, update.wave_mode, inverted) ? 0 : EIO;
+}
+
+int answer_working_buffer(void *argument)
+{
+    return copy_working_buffer(state_folder(), current, static_cast<uint8_t *>(argument)) ? 0 : EIO;
+}
+
+// An update is complete when its request returns.
+int answer_wait(void *)
+{
+    return 0;
+}
+
+int answer_get_hold(void *argument)
+{
+    return store(argument, hold_word());
+}
+
+int answer_set_hold(void *)
+{
+    return write_hold_word("1\n");
+}
+
+int answer_release_hold(void *)
+{
+    return write_hold_word("0\n");
+}
+
+template <uint32_t panel_settings::*field>
+int word_of(void *argument)
+{
+    return store(argument, current.*field);
+}
+
+struct request {
+    uint32_t number;
+    bool takes_address; // otherwise the argument is a value
+    const char *name;
+    void (*describe)(void *argument, field_text &fields);
+    int (*answer)(void *argument);
+};
+
+// clang-format off
+constexpr request requests[] = {
+    {0x00004600, true,  "get-vscreeninfo",   no_fields,     answer_variable_information},
+    {0x00004602, true,  "get-fscreeninfo",   no_fields,     answer_fixed_information},
+    {0x00004604, true,  "get-cmap",          cmap_fields,   answer_colour_map},
+    {0x4050462e, true,  "update",            update_fields, answer_update},
+    {0xc008462f, true,  "wait",              marker_field,  answer_wait},
+    {0x40044634, true,  "get-hold",          word_field,    answer_get_hold},
+    {0x40044633, false, "set-hold",          value_field,   answer_set_hold},
+    {0x40044635, false, "release-hold",      value_field,   answer_release_hold},
+    {0xc0044634, true,  "get-work-buffer",   no_fields,     answer_working_buffer},
+    {0x80044639, true,  "get-waveform-type", no_fields,     word_of<&panel_settings::waveform_type>},
+    {0x8004463a, true,  "get-material-type", no_fields,     word_of<&panel_settings::material_type>},
+    {0x80044638, true,  "get-temperature",   no_fields,     word_of<&panel_settings::temperature>},
+};
+// clang-format on
+
+const request *find_request(uint32_t number)
+{
+    for (const request &row : requests)
+        if (row.number == number)
+            return &row;
+    return nullptr;
+}
+
+// A descriptor that was inherited comes without an open in this process.
+bool have_settings()
+{
+    return settings_read || (settings_read = read_settings(state_folder(), current));
+}
+
+} // namespace
+
+int report(const char *name, const char *fields, int error)
+{
+    log_line("%s%s -> %d", name, fields, error ? -1 : 0);
+    if (error == 0)
+        return 0;
+    errno = error;
+    return -1;
+}
+
+int open_device(int flags)
+{
+    settings_read = false;
+    if (fails("open") || !have_settings())
+        return report("open", "", ENODEV);
+    const char *folder = state_folder();
+    int fd = -1;
+    // A device is neither made nor cut off by opening it, and has no end to append to.
+    if (make_white(folder, "memory", memory_bytes(current)) &&
+        make_white(folder, "glass", current.visible.width * current.visible.height))
+        fd = open_in_folder(folder, "memory", flags & ~(O_CREAT | O_EXCL | O_TRUNC | O_APPEND));
+    opened |= fd >= 0;
+    return report("open", "", fd < 0 ? errno : 0) < 0 ? -1 : fd;
+}
+
+bool device_opened()
+{
+    return opened;
+}
+
+int answer_request(uint32_t number, void *argument)
+{
+    const request *found = find_request(number);
+    field_text fields;
+    if (!found) {
+        snprintf(fields.text, sizeof fields.text, " 0x%x", number);
+        return report("unknown", fields.text, ENOTTY);
+    }
+    const bool no_address = found->takes_address && !argument;
+    if (!no_address)
+        found->describe(argument, fields);
+    int error = fails(found->name) || !have_settings() ? EIO : no_address ? EFAULT : 0;
+    if (error == 0)
+        error = found->answer(argument);
+    return report(found->name, fields.text, error);
+}
+
+int map_error(size_t length, uint64_t offset)
+{
+    if (fails("map") || !have_settings())
+        return EAGAIN;
+    // Pages that the file does not reach would map, and kill the process that touches them.
+    const uint64_t page = uint64_t(sysconf(_SC_PAGESIZE));
+    const uint64_t whole_pages = (memory_bytes(current) + page - 1) / page * page;
+    return offset > whole_pages || length > whole_pages - offset ? EINVAL : 0;
+}

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// The state folder of a virtual panel: plain files that outlive the processes which use the panel.
+//   panel   its settings, one "key value" a line
+//   memory  the framebuffer; a descriptor of the device is a descriptor of this file
+//   glass   what the panel shows, one byte a pixel of the visible size (0 black, 255 white)
+//   hold    the driver's hold word, "0" or "1"
+//   log     one line a request
+
+struct pixel_size {
+    uint32_t width = 0, height = 0;
+    bool operator==(const pixel_size &) const = default;
+};
+
+constexpr uint32_t longest_side = 16384; // pixels, of the visible and of the virtual size
+
+struct panel_settings {
+    pixel_size visible = {758, 1024};
+    pixel_size buffer; // the virtual size; 0x0 stands for the visible one, until it is read back
+    uint32_t bpp = 8;
+    pixel_size millimetres = {122, 165};
+    char id[17] = "epd-virtual";
+    uint32_t type = 0, visual = 3; // FB_TYPE_PACKED_PIXELS, FB_VISUAL_PSEUDOCOLOR
+    uint32_t waveform_type = 8, material_type = 1;
+    uint32_t temperature = 25; // degrees Celsius, two's complement
+    // What the second and later reads of the variable information report; 0x0: the same again.
+    pixel_size second_visible, second_buffer;
+};
+
+/// Sets what the `panel` file calls `key` from its text. Sizes are "WxH"; "second-size" is "WxH",
+/// the virtual size being the same then, or "WxH/VWxVH". False for an unknown key or a word that
+/// does not fit.
+bool set_setting(panel_settings &settings, const char *key, const char *word);
+
+/// Reads the folder's `panel` file over the defaults; a missing file leaves the defaults. A line
+/// that cannot be understood is named on standard error, and the result is false.
+bool read_settings(const char *folder, panel_settings &settings);
+
+/// Writes the `panel` file; false and errno when the disk refuses.
+bool write_settings(const char *folder, const panel_settings &settings);
+
+/// Bytes of a row and of the whole framebuffer. The products are taken in 32 bits, as drivers do.
+uint32_t row_bytes(const panel_settings &settings);
+uint32_t memory_bytes(const panel_settings &settings);
+
+/// Makes the file `bytes` long and white (0xFF) unless it has that length already. False and
+/// errno when the disk refuses.
+bool make_white(const char *folder, const char *name, uint32_t bytes);
+
+/// An open file of the state folder; `fd` is negative, and errno set, when it could not be opened.
+/// It goes by bare system calls: the preloaded library takes over open, read, write and close,
+/// and its own house-keeping must not pass through them.
+struct state_file {
+    int fd;
+
+    state_file(const char *folder, const char *name, int flags);
+    ~state_file();
+    state_file(const state_file &) = delete;
+    state_file &operator=(const state_file &) = delete;
+
+    /// Bytes transferred, 0 after a failure.
+    size_t read(void *bytes, size_t size) const;
+    size_t write(const void *bytes, size_t size) const;
+};
+
+/// Opens a file of the folder like open(2) and leaves the descriptor to the caller.
+int open_in_folder(const char *folder, const char *name, int flags);
