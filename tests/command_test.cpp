@@ -1,0 +1,188 @@
+// The command line, the device and the update requests, each row one call of the tool.
+#include "panel_run.h"
+
+#include <regex>
+#include <sstream>
+
+namespace {
+struct run_row {
+    const char *arguments;
+    const char *shown; // column, row and text; "" nothing at all; "*" not looked at here
+    const char *requests, *out = "", *faults = ""; // short words stand for longer ones, see in_full
+    int status = 0;
+    const char *err = "", *settings = "";
+};
+
+// clang-format off
+const run_row rows[] = {
+    {"3 5 hello", "3 5 hello", "all=257 partial"}, {"hello world", "0 0 hello", "all=257 partial"},
+    {"hello -f", "0 0 hello", "all=257 full"}, {"1x 2y z", "1 2 z", "all=257 partial"},
+    {"-h 1 2 'It works'", "1 2 'It works'", "all=257 partial"}, {"1 2 3 four", "", ""},
+    {"a$b", "0 0 a$b", "all=257 partial", "no glyph for $", "", 1},
+    {"--", "0 0 --", "all=257 partial"}, {"-wdu hi", "0 0 hi", "all=257 partial"},
+    {"-hf hi", "", ""}, // letters are counted, not words
+    {"-w du hi", "0 0 du", "all=257 partial"}, {"-x 1 -y 2 hi", "0 2 hi", "all=257 partial"},
+    {"-n hi", "0 0 hi", "hold; release-hold 0"}, {"-a5", "*", ""}, {"-a 5", "*", "all=257 full"},
+    {"-c", "*", "again; all=2 partial"}, {"-c -f", "*", "again; all=2 full; wait 42"},
+    {"-v -v -c", "*", "again; all=2 partial"}, {"-v -c", "*", "again; all=2 partial inverted"},
+    {"-n -c", "*", "hold; release-hold 0"}, {"-c -s ''", "*", "all=2 partial"},
+    {"-s w=758,h=1024 -f", "", "all=2 full; wait 42"},
+    {"-s w=99,h=5 -x 10 -y 20 -wdu -f", "", "update 10,20 99x5 wave=1 full; wait 42"},
+    {"-s h=5", "", "all=2 partial"}, {"-s ' w= 5,h=6x' hi", "", "update 0,0 5x6 wave=2 partial"},
+    {"-s w=800 -x 700", "", "update 700,0 58x1024 wave=2 partial"},
+    {"-s w=8 -x -5", "", "update -5,0 8x1024 wave=2 partial"},
+    {"-s w=10 -x 800", "", "update 800,0 -42x1024 wave=2 partial"},
+    {"-s w=2147483647 -x 9", "", "update 9,0 749x1024 wave=2 partial"},
+    {"-s '' -y -2147483648", "", "update 0,-2147483648 758x1024 wave=2 partial"},
+    {"-n -s w=5,h=-1 hi", "", "hold"}, {"-n -s ''", "", "hold; all=2 partial"},
+    {"-x 700 -d l=0,w=200,h=9", "*", "again; update 700,0 58x9 wave=2 partial"},
+    {"-d l=0,w=-2,h=5", "", ""}, {"-d x hi", "", "again; all=2 partial"},
+    {"-a5 -d l=0,w=1,h=2", "*", "again; update 0,0 1x2 wave=2 full; wait 42"},
+    {"-t in.png", "", "", "Error: no file specified\n", "", 1},
+    {"-t -n in.png", "", "hold", "Error: no file specified\n", "", 1},
+    {"-t -c in.png", "*", "", "Error: no file specified\n", "", 1},
+    {"-z 2", "0 0 2", "all=257 partial"}, {"-s w=-1", "", ""},
+    {"-z -w du 2 1", "", "all=1 partial"}, // scrolls 0, 2, 1
+    {"-z -wdu 2 1 -f", "*", "all=1 full"}, {"-k wb hello", "", "get-work-buffer", "dumped"},
+    {"-k wb -s ''", "", "all=2 partial; get-work-buffer", "dumped"},
+    {"-k ' ' -s w=-1", "", "", "can't open  to dump\n"},
+    {"-k ./no/wb -n", "", "hold; release-hold 0", "can't open ./no/wb to dump\n"},
+    {"-e", "0 0 -e", "all=257 partial", "", "", 0, "unknown e"},
+    {"hi -k", "0 0 -k", "all=257 partial", "", "", 0, "incomplete k"},
+    {"--help", "*", "again; all=2 partial", "", "", 0, "unknown -unknown e"},
+    {"hi", "", "open -> -1; (not closed)", 
+        "tavo: open_device> cannot open framebuffer device \"/dev/fb0\"\n", "open"},
+    {"-c", "", "open; again -> -1", "tavo: open_device> cannot query framebuffer geometry\n",
+        "get-vscreeninfo"},
+    {"x", "*", "open; again", "tavo: bpp_supported> bpp = 16 not supported\n", "", 0, "", "bpp 16"},
+    {"-c", "", "open; again; map -> -1; map",
+        "tavo: open_device> cannot map framebuffer\n", "map:1"},
+    {"3 5 x", "3 5 x", "open; again; map; map -> -1; all=257 partial", "", "map:2"},
+    {"-c", "*", "again -> -1", "tavo: main> cannot read screen info 1\n", "get-vscreeninfo:2"},
+    {"-c", "*", "again; all=2 partial", "", "", 0, "", "second-size 400x300"},
+    {"-s '' -f", "", "all=2 full; wait marker=42 -> -1", "", "wait"},
+    {"-s ''", "", "refused; all=2 partial", "", "update:1", 0, "retry"},
+    {"-s ''", "", "refused; refused; refused; refused; refused; failed", "", "update", 0,
+        "retry retry retry retry retry"},
+    {"-n", "", "get-hold 1 -> -1; release-hold 0", "", "get-hold"},
+    {"-n", "", "hold -> -1; release-hold 0 -> -1", "", "set-hold release-hold"},
+    {"-k wb", "", "get-work-buffer -> -1", "get work buffer ioctl err=-1\n", "get-work-buffer"},
+};
+// clang-format on
+
+/// Writes out the words that stand for longer ones in the rows.
+std::string in_full(const std::string &text)
+{
+    const std::string sent = " marker=42 temperature=4096 flags=";
+    // clang-format off
+    return rewritten(text, {
+        {"again", "get-vscreeninfo"}, {"(^| )hold", "$1get-hold 1; set-hold 0"},
+        {"refused", "failed; sleep 500000"},
+        {"failed", "all=2 partial" + sent + "0 tail=1,2 -> -1"}, {" inverted", sent + "1 tail=1,2"},
+        {"retry ?", "retrying.. -1"}, {"dumped", "write 1552384 byte @ADDRESS to wb\n"},
+        {"all=", "update 0,0 758x1024 wave="}, {"; map", "; map 776192 offset=0 shared locked"},
+        {"unknown (.)", "tavo: invalid option -- '$1'\noption ? not supported\n"},
+        {"incomplete (.)", "tavo: option requires an argument -- '$1'\noption ? not supported\n"},
+        {"no glyph for (.)", "tavo: paint_char> character \"$1\" not available\n"}});
+    // clang-format on
+}
+
+TEST(command, rows)
+{
+    each_row(rows, [](const run_row &row) {
+        const virtual_panel panel(paper, row.settings);
+        const run_result got = panel.run(words(row.arguments), row.faults);
+        EXPECT_EQ(got.status, row.status);
+        std::string out = got.out, trace, requests = in_full(row.requests);
+        if (std::smatch m;
+            std::regex_search(requests, m, std::regex("wave=(\\d+) (.)\\S+(.*=1 )?")))
+            trace =
+                formatted("<%s %d %d>", m[2] == "f" ? "FULL" : "PARTIAL", stoi(m[1]), m[3].matched);
+        out.erase(std::min(out.find(trace), out.size()), trace.size());
+        EXPECT_EQ(got.out.size(), out.size() + trace.size());
+        EXPECT_EQ(out, in_full(row.out));
+        EXPECT_EQ(got.err, in_full(row.err));
+        EXPECT_EQ(got.requests, requests);
+        EXPECT_LT(got.seconds, 2);
+        canvas drawn(paper);
+        if (const auto cell = words(row.shown); cell.size() == 3)
+            drawn.text(stoi(cell[0]), stoi(cell[1]), cell[2], words(row.arguments)[0] == "-h");
+        EXPECT_EQ(*row.shown == '*' ? "" : drawn.difference(got.memory), "");
+    });
+}
+
+TEST(command, usage)
+{
+    const virtual_panel panel(paper);
+    const run_result got = panel.run({});
+    EXPECT_EQ(got.status, 1);
+    EXPECT_EQ(panel.read("state/log"), "");
+    EXPECT_EQ(std::count(got.out.begin(), got.out.end(), '\n'), 21);
+    EXPECT_TRUE(
+        got.out.starts_with(" For complete usage and examples, search tavo in wiki page.\n"));
+    EXPECT_TRUE(got.out.ends_with("with current fb content: tavo -s w=758,h=1024 -f\n"));
+}
+
+TEST(command, waveform_names)
+{
+    const auto list =
+        words("du 1 dux 1 a2 6 gc16 2 gc16x 2 gl16 3 reagl 4 reagld 5 reaglx 4 gck16 8 "
+              "glkw16 9 GC16 257 gc 257 d 257 '' 257");
+    for (size_t i = 0; i < list.size(); i += 2)
+        EXPECT_EQ(virtual_panel(paper).run({"-s", "", "-w", list[i]}).requests,
+                  in_full("all=" + list[i + 1] + " partial"));
+}
+
+TEST(command, hold_that_is_taken)
+{
+    const virtual_panel panel(paper);
+    panel.write("state/hold", "1\n");
+    EXPECT_EQ(panel.run({"-n"}).requests, "get-hold 1; release-hold 0");
+    EXPECT_EQ(panel.read("state/hold"), "0\n");
+}
+
+TEST(command, dumps)
+{
+    for (const geometry &g : all_shapes()) {
+        const virtual_panel panel(g);
+        const std::string size = std::to_string(g.width * g.height * 2);
+        EXPECT_EQ(panel.run({"-k", "wb"}).out, "write " + size + " byte @ADDRESS to wb\n");
+        EXPECT_EQ(std::to_string(panel.read("wb").size()), size);
+        const std::string all = std::to_string(g.buffer()) + " byte ",
+                          out = panel.run({"-i", "-k", "fb"}).out;
+        EXPECT_TRUE(
+            out.ends_with("write framebuffer(" + all + "@ADDRESS) " + all + "to file fb\n"));
+        EXPECT_EQ(canvas(g).difference(panel.read("fb")), "");
+    }
+    const virtual_panel panel(paper);
+    const std::string out = panel.run({"-i", "-k", "no/fb"}).out;
+    EXPECT_TRUE(out.ends_with("can't open no/fb file for write framebuffer\n"));
+    panel.run({"-i", "-k", "unmapped"}, "map:2");
+    EXPECT_NE(panel.shell("test -e unmapped").status, 0);
+    panel.run({"-k", std::string(70, 'n')}, "get-work-buffer");
+    EXPECT_EQ(panel.shell("test -f " + std::string(63, 'n')).status, 0);
+    // A disk that takes nothing: the line says what reached it.
+    EXPECT_EQ(panel.run({"-k", "/dev/full"}).out, "write 0 byte @ADDRESS to /dev/full\n");
+}
+
+TEST(command, any_arguments_end_well)
+{
+    std::vector<std::vector<std::string>> vectors = {std::vector<std::string>(1000, "word"),
+                                                     std::vector<std::string>(1000, "-v")};
+    std::istringstream lines(
+        "'' ''\n-\n-x ''\n-x 99999999999999999999 -y -99999999999 -s ''\n-k ''\n"
+        "-o\n-oh\n-mf\n-b ''\n-g ''\n-j ' '\n-a ''\n-a 99999999999\n-tf -o\n"
+        "-d l=FFFFFFFFFFFFFFFFF,w=99999999999,h=99999999999\n-z 2 107374182\n"
+        "-vv -- 134217728 89478486 A\n-vv -- -2147483648 -2147483648 A\n"
+        "2147483647 2147483647 AB\n-zf -- 2 -2147483648 -1");
+    for (std::string line; std::getline(lines, line);)
+        vectors.push_back(words(line));
+    for (const char *option : {"-h", "-k", "-s", "-d", "-w", "-x", "-r", "-j", "-o", "-g", "-b"})
+        vectors.push_back({option, std::string(10000, 'w')});
+    for (const auto &arguments : vectors) {
+        const run_result got = virtual_panel({40, 60, 48, 60, 8}).run(arguments);
+        EXPECT_TRUE(got.status <= 1 && got.err.find("Sanitizer") == std::string::npos)
+            << testing::PrintToString(arguments).substr(0, 200) << got.status << got.err;
+    }
+}
+} // namespace

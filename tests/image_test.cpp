@@ -1,0 +1,177 @@
+// Image files: decoded, reduced to gray and packed; and files that are not what they say they are.
+#include "panel_run.h"
+
+#define STB_IMAGE_STATIC
+#define STB_IMAGE_IMPLEMENTATION
+#include <stb/stb_image.h>
+
+#include <climits>
+#include <filesystem>
+
+using namespace std::string_literals;
+
+namespace {
+/// What the plain decoder, as it is installed, makes of a file.
+struct picture {
+    explicit picture(const std::string &file) : path(file)
+    {
+        stbi_uc *const decoded = stbi_load(path.c_str(), &width, &height, &components, 0);
+        reason = decoded ? "" : stbi_failure_reason();
+        pixels.assign(decoded, decoded + (decoded ? width * height * components : 0));
+        stbi_image_free(decoded);
+    }
+    /// Only whole bytes are stored; what lies left of x in the first one stays.
+    void paint(canvas &c, int64_t x, int64_t y) const
+    {
+        const int64_t in_byte = 8 / c.shape.bpp, end = std::min<int64_t>(c.shape.width, x + width);
+        for (int64_t row = y; row < std::min<int64_t>(c.shape.height, y + height); ++row)
+            for (int64_t column = x; x >= 0 && y >= 0 && column < end / in_byte * in_byte;
+                 ++column) {
+                const stbi_uc *p = &pixels[size_t(((row - y) * width + column - x) * components)];
+                c.set(int(column), int(row), components < 3 ? p[0] : (p[0] + p[1] + p[2]) / 3);
+            }
+    }
+    std::string path, reason;
+    int width = 0, height = 0, components = 0;
+    std::vector<stbi_uc> pixels;
+};
+
+/// Checks -g at a place, and -t to a new file or over one that is longer than the screen.
+void check(const geometry &g, const picture &p, int x, int y)
+{
+    SCOPED_TRACE(p.path + " at " + std::to_string(x) + "," + std::to_string(y));
+    const std::string old(x % 2 ? g.screen() + 9 : 0, 'x');
+    const virtual_panel panel(g);
+    panel.write("new", old);
+    run_result got = panel.run({"-t", p.path, "new"});
+    EXPECT_EQ(std::to_string(got.status) + got.out + got.err + got.requests, "0");
+    EXPECT_EQ(canvas(g).difference(got.memory), "");
+    canvas file(g), drawn(g);
+    file.clear();
+    p.paint(file, 0, 0);
+    file.memory = file.memory.substr(0, g.screen()) + old.substr(old.empty() ? 0 : g.screen());
+    EXPECT_EQ(file.difference(panel.read("new")), "");
+    got = panel.run({"-g", p.path, "-x", std::to_string(x), "-y", std::to_string(y)});
+    EXPECT_EQ(std::to_string(got.status) + got.out + got.err, "0<PARTIAL 2 0>");
+    p.paint(drawn, x, y);
+    EXPECT_EQ(drawn.difference(got.memory), "");
+}
+
+/// Components, name, and how ImageMagick makes the file of a picture with alpha.
+// clang-format off
+const std::string formats[] = {
+    "1 gray.png -colorspace gray -alpha off -define png:color-type=0", "3 rgb.png -alpha off",
+    "2 gray-alpha.png -colorspace gray -define png:color-type=4", "4 rgba.png -interlace PNG",
+    "3 deep.png -alpha off -define png:bit-depth=16 -depth 16", "4 still.gif -alpha off",
+    "3 palette.png -alpha off -colors 32", "1 gray.jpg -alpha off -colorspace gray",
+    "3 colour.jpg -alpha off -sampling-factor 2x2", "3 progressive.jpg -alpha off -interlace JPEG",
+    "3 rgb.bmp -alpha off", "3 rgb.hdr -alpha off", "4 rle.psd -alpha off -compress RLE",
+    "4 rgba.tga -compress RLE", "1 gray.pgm -alpha off -colorspace gray",
+    "3 big.ppm -alpha off -resize 900x1100!"};
+// clang-format on
+
+/// A folder with a picture in every format.
+struct studio : virtual_panel {
+    studio() : virtual_panel(paper)
+    {
+        std::string line = "convert -size 61x47 -seed 7 plasma: -depth 8 -alpha set -channel A "
+                           "-evaluate multiply 0.5 +channel in.miff";
+        for (const std::string &f : formats)
+            line += rewritten(f, {{". (\\S+)(.*)", " && convert in.miff $2 $1"}});
+        EXPECT_EQ(shell(line).status, 0) << read("err");
+    }
+};
+
+TEST(image, formats_and_places)
+{
+    const studio files;
+    for (const std::string &f : formats) {
+        const picture p(files.folder + "/" + words(f)[1]);
+        ASSERT_EQ(std::to_string(p.components), words(f)[0]) << f << p.reason;
+        for (int bpp : {1, 2, 4, 8})
+            check({70, 50, 72, 50, bpp}, p, 3, 2);
+        for (const geometry &g :
+             p.width > 61 || f.ends_with("PNG") ? all_shapes() : std::vector<geometry>())
+            for (auto [x, y] :
+                 {std::pair(0, 0), {1, 0}, {500, 8}, {757, 1000}, {0, -1}, {INT_MAX, 9}})
+                check(g, p, x, y);
+    }
+}
+
+const std::string hdr = "#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 9 +X 16\n\2\2\0\x10"s;
+const std::string huffman = "\xFF\xD8\xFF\xC4\x10\x03\1";
+
+TEST(image, refused)
+{
+    const std::string png = "\x89PNG\r\n\x1A\n\0\0\0\rIHDR\0\1\x86\xA0\0\1\x86\xA0\x8\2\0\0\0CRC!"s;
+    const struct {
+        const char *arguments;
+        std::string content, reason; // "": the plain decoder's
+    }
+    // clang-format off
+    rows[] = {
+        {"none", "", ""}, {"in", "", ""}, {"text", "no picture\n", ""}, {".", "", ""},
+        {"in/none", "", ""}, {"/proc/self/mem", "", ""}, {"huge.png", png, ""},
+        {"cut.png", png.substr(0, 16), ""},
+        {"wide.gif", "GIF89a\xFF\x3F\xFF\x3F" + std::string(40, '\0'), "outofmem"},
+        {"jpg", huffman + std::string(5000, '\xFF'), "bad DHT header"},
+        {"cut.jpg", huffman + std::string(16, '\xFF'), "bad DHT header"},
+        {"dump.hdr", hdr + "\0\0"s, "corrupt"}, {"run.hdr", hdr + "\x80\x80", "corrupt"}};
+    // clang-format on
+    each_row(rows, [](const auto &row) {
+        const virtual_panel panel({40, 30, 48, 30, 4});
+        const std::string path = row.arguments, out = panel.folder + "/new";
+        if (!row.content.empty())
+            panel.write(path, row.content);
+        const picture plain(
+            std::filesystem::path(out).replace_filename(row.reason.empty() ? path : "in"));
+        const std::string reason = row.reason.empty() ? plain.reason : row.reason;
+        for (const std::string action : {"paint_image", "decompress_image_to_file"}) {
+            const run_result got = panel.run({action[0] == 'p' ? "-g" : "-t", path, "new"});
+            EXPECT_EQ(rewritten(got.out, {{"<.*>$", ""}}),
+                      "tavo: " + action + "> cannot open \"" + path + "\":" + reason + "\n");
+            EXPECT_EQ(std::to_string(got.status) + got.err, "1");
+            EXPECT_EQ(canvas(panel.shape).difference(got.memory), "");
+            EXPECT_LT(got.seconds, 5);
+        }
+        EXPECT_TRUE(std::filesystem::is_empty(out));
+    });
+}
+
+/// A damaged file may still give a picture; what counts is that the end is near and clean, and that
+/// what was never in the file is the same on every run.
+TEST(image, damaged)
+{
+    const studio files;
+    const std::string rows = "\x90\x20\x90\x30\x10zyxwvutsrqponmlk\x8F\x80\1\x81\2\2\0\x10\x90"s;
+    std::vector<std::string> all = {"\xFF\xD8\xFF\xC0\0\x0B\x8\0\x8\0\x8\1\1\x11\0\xFF\xDA\0\x8\1\1"
+                                    "\0\0\x3F\0\xA5\x5A\xA5\x5A\xA5\xFF\xD9"s}; // without tables
+    for (const std::string &f : formats)
+        for (const std::string whole = files.read(words(f)[1]); size_t tenths : {1, 3, 5, 7, 9})
+            all.push_back(whole.substr(0, whole.size() * tenths / 10));
+    for (size_t size = 0; size < rows.size(); size += 2)
+        all.push_back(hdr + rows.substr(0, size));
+    for (const std::string &content : all) {
+        const virtual_panel panel({40, 30, 48, 30, 4});
+        panel.write("in", content);
+        const run_result got = panel.run({"-g", "in"}), again = panel.run({"-g", "in"});
+        EXPECT_EQ(got.out.starts_with("tavo: paint_image> cannot open \"in\":"), got.status == 1);
+        EXPECT_TRUE(got.memory == (got.status ? canvas(panel.shape).memory : again.memory));
+        EXPECT_EQ(got.err, "");
+        EXPECT_LT(got.seconds, 5);
+    }
+}
+
+TEST(image, pipes_and_outputs)
+{
+    const virtual_panel panel({40, 30, 48, 30, 4});
+    panel.write("in", "P5 1 1 255\nx");
+    EXPECT_EQ(panel.run({"-t", "in", "/dev/full"}).out,
+              "tavo: decompress_image_to_file> Error writing to file\n");
+    EXPECT_EQ(panel.run({"-t", "none", "state"}).out,
+              "tavo: decompress_image_to_file> Cannot open output file state\n");
+    const run_result got = panel.run_piped({"-g", "pipe"}, {"P5 2 1 255\n\x12\xEF"});
+    EXPECT_EQ(got.requests, "get-vscreeninfo; update 0,0 2x1 wave=2 partial");
+    EXPECT_EQ(got.memory, "\x1E" + canvas(panel.shape).memory.substr(1));
+}
+} // namespace

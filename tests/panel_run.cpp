@@ -1,0 +1,147 @@
+#include "panel_run.h"
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <iomanip>
+#include <regex>
+
+std::vector<geometry> all_shapes()
+{
+    // The last pixel of the first one lies behind its memory, which ends with a page.
+    std::vector<geometry> all = {{8193, 4, 8193, 4, 1}};
+    for (int bpp : {1, 2, 4, 8})
+        for (geometry g :
+             {paper, {758, 1024, 768, 2048, 8}, {5, 3, 8, 3, 8}, {40, 600, 40, 600, 8}})
+            all.push_back({g.width, g.height, g.virtual_width, g.virtual_height, bpp});
+    return all;
+}
+
+canvas::canvas(const geometry &g) : shape(g), memory(g.buffer(), 0)
+{
+    std::generate(memory.begin(), memory.end(), [i = 6]() mutable { return char(i += 7); });
+}
+
+void canvas::set(int x, int y, int level)
+{
+    const size_t at = size_t(y) * shape.line() + size_t(x * shape.bpp / 8);
+    const int bit = x * shape.bpp % 8, field = (0xFF00 >> shape.bpp & 0xFF) >> bit;
+    if (at < shape.screen())
+        memory[at] = char((memory[at] & ~field) | (level >> bit & field));
+}
+
+std::string canvas::difference(const std::string &actual) const
+{
+    for (size_t at = 0; at < memory.size() && actual.size() == memory.size(); ++at)
+        if (actual[at] != memory[at])
+            return formatted("%d bits, row %zu, byte %zu: %02x, not %02x", shape.bpp,
+                             at / shape.line(), at % shape.line(), actual[at] & 0xFF,
+                             memory[at] & 0xFF);
+    return formatted(actual.size() == memory.size() ? "" : "%zu bytes", actual.size());
+}
+
+std::vector<std::string> words(const std::string &line)
+{
+    std::vector<std::string> all;
+    std::istringstream in(line);
+    for (std::string word; in >> std::quoted(word, '\'');)
+        all.push_back(word);
+    return all;
+}
+
+std::string rewritten(std::string text,
+                      const std::vector<std::pair<std::string, std::string>> &rules)
+{
+    for (const auto &[pattern, replacement] : rules)
+        text = std::regex_replace(text, std::regex(pattern), replacement);
+    return text;
+}
+
+virtual_panel::virtual_panel(const geometry &g, const std::string &more_settings) : shape(g)
+{
+    folder = "/tmp/tavo-test-XXXXXX";
+    std::filesystem::create_directory(mkdtemp(folder.data()) + std::string("/state"));
+    write("state/panel", formatted("size %dx%d\nvirtual %dx%d\nbpp %d\n", g.width, g.height,
+                                   g.virtual_width, g.virtual_height, g.bpp) +
+                             more_settings);
+    write("state/memory", canvas(g).memory);
+    write("in", "");
+}
+
+std::string virtual_panel::read(const std::string &name) const
+{
+    std::ifstream file(folder + "/" + name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void virtual_panel::write(const std::string &name, const std::string &content) const
+{
+    std::ofstream(folder + "/" + name, std::ios::binary) << content;
+}
+
+run_result virtual_panel::shell(const std::string &line) const
+{
+    write("state/log", "");
+    const auto begin = std::chrono::steady_clock::now();
+    const int status = system(("cd " + folder + " && exec <in >out 2>err && " + line).c_str());
+    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
+    const std::string mapped = " offset=0 shared locked -> 0\n";
+    // clang-format off
+    const std::string out = rewritten(read("out"), {{"@0x[0-9a-f]+", "@ADDRESS"},
+        {"update_to_display: update_mode=(\\w+), wave_mode=(.+) inverted=(.+)\n", "<$1 $2 $3>"}});
+    const std::string requests = rewritten(read("state/log") + "(not closed)\n", {
+        {"open -> 0\nget-vscreeninfo -> 0\nmap " + std::to_string(shape.screen()) + mapped +
+             "map " + std::to_string(shape.buffer()) + mapped, ""},
+        {"close -> 0\n\\(not closed\\)\n", ""}, {"wait marker=42 -> 0", "wait 42"},
+        {" marker=42 temperature=4096 flags=0 tail=1,2 -> 0\n", "\n"},
+        {" -> 0\n", "\n"}, {"\n$", ""}, {"\n", "; "}});
+    // clang-format on
+    const std::string err = rewritten(read("err"), {{"(^|\n)\\S*/tavo:", "$1tavo:"}});
+    // The shell became the tool: what ends the tool is what is seen here.
+    const int ended = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    return {ended, taken.count(), out, err, requests, read("state/memory")};
+}
+
+run_result virtual_panel::run(const std::vector<std::string> &arguments,
+                              const std::string &faults) const
+{
+    // The library is for the tool alone: an emulator hands it on to its guest.
+    const std::string emulator = TAVO_EMULATOR, preload = "LD_PRELOAD=" PANEL_LIBRARY " ";
+    std::string line =
+        "exec timeout 60 env ASAN_OPTIONS=verify_asan_link_order=0 TAVO_PANEL_STATE=" + folder +
+        "/state TAVO_PANEL_FAIL='" + faults + "' ";
+    line += emulator.empty() ? preload : rewritten(emulator, {{"^\\S+", "$& -E " + preload}}) + " ";
+    line += TAVO_BINARY;
+    for (const std::string &word : arguments)
+        line += " '" + rewritten(word, {{"'", "'\\''"}}) + "'";
+    return shell(line);
+}
+
+run_result virtual_panel::run_piped(const std::vector<std::string> &arguments,
+                                    const std::vector<std::string> &pieces,
+                                    const std::string &after) const
+{
+    const std::string path = folder + "/pipe";
+    mkfifo(path.c_str(), 0600);
+    write("out", "");
+    const pid_t writer = fork();
+    if (writer == 0) {
+        const int fd = open(path.c_str(), O_WRONLY);
+        for (int i = 0; i < 5000 && read("out").find(after) == std::string::npos; ++i)
+            usleep(1000);
+        const bool told = read("out").find(after) != std::string::npos;
+        for (const std::string &piece : told ? pieces : std::vector<std::string>())
+            for (int waiting = ::write(fd, piece.data(), piece.size()) > 0; waiting; usleep(50))
+                ioctl(fd, FIONREAD, &waiting);
+        _exit(0);
+    }
+    const run_result result = run(arguments);
+    kill(writer, SIGKILL);
+    waitpid(writer, nullptr, 0);
+    return result;
+}
