@@ -1,4 +1,7 @@
-// The decoder's vector code, which depends on the target, changes no pixel.
+// What the build makes of the decoder changes no pixel.
+#include "image/hdr_gamma.h"
+
+#include <cmath>
 #include <gtest/gtest.h>
 
 #pragma GCC diagnostic push
@@ -44,5 +47,15 @@ TEST(decoder, vector_code_changes_no_pixel)
                 EXPECT_TRUE(plain == decode_with_vectors(file))
                     << width << "x" << height << ", quality " << quality;
             }
+}
+
+TEST(decoder, gamma_is_that_of_powf_for_every_radiance_value)
+{
+    const auto level = [](float fraction) { return int(std::min(fraction * 255 + 0.5f, 255.0f)); };
+    for (int mantissa = 0; mantissa < 256; ++mantissa)
+        for (int exponent = 1; exponent < 256; ++exponent) {
+            const float value = std::ldexp(float(mantissa), exponent - 136);
+            ASSERT_EQ(level(hdr_gamma(value)), level(std::pow(value, 1 / 2.2f))) << value;
+        }
 }
 } // namespace

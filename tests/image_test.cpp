@@ -116,7 +116,9 @@ TEST(image, refused)
         {"wide.gif", "GIF89a\xFF\x3F\xFF\x3F" + std::string(40, '\0'), "outofmem"},
         {"jpg", huffman + std::string(5000, '\xFF'), "bad DHT header"},
         {"cut.jpg", huffman + std::string(16, '\xFF'), "bad DHT header"},
-        {"dump.hdr", hdr + "\0\0"s, "corrupt"}, {"run.hdr", hdr + "\x80\x80", "corrupt"}};
+        {"dump.hdr", hdr + "\0\0"s, "corrupt"}, {"run.hdr", hdr + "\x80\x80", "corrupt"},
+        {"cut.pic", "\x53\x80\xF6\x34" + std::string(84, '\0') + "PICT\0\x8\0\x8\0\0\0\0\0\0\0\0\0\x8\2\xE0"s,
+         "bad file"}};
     // clang-format on
     each_row(rows, [](const auto &row) {
         const virtual_panel panel({40, 30, 48, 30, 4});

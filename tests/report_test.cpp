@@ -60,7 +60,7 @@ TEST(report, devices)
              {"material type = 1", "cannot get material type err=-1"}, {"\nColor[^]*", ""}}},
         {"-i x", "", "", paper,
             {{"  2\n", "256\n"},
-             {"    1  .*", "    1       101       101       101\n   ff      ffff      ffff      ffff"}}},
+             {"1  .*", "1       101       101       101\n   ff      ffff      ffff      ffff"}}},
         {"-i x", "id 0123456789abcdef\ntype 9\nvisual 12\nmm 0x4294967295\ntemperature -5\n"
             "waveform-type 4294967295\n", "", {600, 800, 608, 1600, 1},
             {{"     epd-virtual", "0123456789abcdef"}, {"776192", "121600"},

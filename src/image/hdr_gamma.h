@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 
 /// value ^ (1 / 2.2) for the decoder's Radiance HDR pictures, whose results end as 8-bit levels:
 /// the level's own fraction of 255. Radiance values have 8 significant bits, so that all of them
