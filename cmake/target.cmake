@@ -10,6 +10,7 @@ endif()
 # Only the decoder has NEON code, and only there may the compiler make its own.
 set(decoder_neon_options -mfpu=neon)
 if(TAVO_DECODER_NEON)
-    set_source_files_properties(src/image/decoder.cpp PROPERTIES
-        COMPILE_OPTIONS ${decoder_neon_options} COMPILE_DEFINITIONS STBI_NEON)
+    set_property(SOURCE src/image/decoder.cpp APPEND PROPERTY
+        COMPILE_OPTIONS ${decoder_neon_options})
+    set_property(SOURCE src/image/decoder.cpp APPEND PROPERTY COMPILE_DEFINITIONS STBI_NEON)
 endif()

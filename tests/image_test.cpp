@@ -101,8 +101,21 @@ TEST(image, formats_and_places)
 const std::string hdr = "#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 9 +X 16\n\2\2\0\x10"s;
 const std::string huffman = "\xFF\xD8\xFF\xC4\x10\x03\1";
 
+/// A gray JPEG of two blocks with one Huffman code for the first coefficient.
+std::string jpeg(const std::string &dc_value, const std::string &ac_table, const std::string &scan)
+{
+    return "\xFF\xD8\xFF\xDB\0\x43\0"s + std::string(64, '\1') +
+           "\xFF\xC0\0\x0B\x8\0\x8\0\x10\1\1\x11\0\xFF\xC4\0\x14\0"s + std::string(15, '\0') +
+           "\1" + dc_value + "\xFF\xC4" + ac_table + "\xFF\xDA\0\x8\1\1\0\0\x3F\0"s + scan +
+           std::string(6, '\0') + "\xFF\xD9";
+}
+
 TEST(image, refused)
 {
+    const std::string one_code = "\0\x14\x10\1"s + std::string(15, '\0') + "\7";
+    const std::string all_codes =
+        "\1\x13\x10\0\0\0\0\0\0\0\xFF\1"s + std::string(7, '\0') + std::string(256, '\0');
+    const std::string flat = rewritten(hdr, {{"Y 9 \\+X 16\n.*", "Y 4000 +X 4000\n"}});
     const std::string png = "\x89PNG\r\n\x1A\n\0\0\0\rIHDR\0\1\x86\xA0\0\1\x86\xA0\x8\2\0\0\0CRC!"s;
     const struct {
         const char *arguments;
@@ -117,6 +130,9 @@ TEST(image, refused)
         {"jpg", huffman + std::string(5000, '\xFF'), "bad DHT header"},
         {"cut.jpg", huffman + std::string(16, '\xFF'), "bad DHT header"},
         {"dump.hdr", hdr + "\0\0"s, "corrupt"}, {"run.hdr", hdr + "\x80\x80", "corrupt"},
+        {"bits.jpg", jpeg("\x0F", one_code, "\0"), "bad huffman code"},
+        {"code.jpg", jpeg("\0"s, all_codes, "\0\0\0\xFF"s), "bad huffman code"},
+        {"flat.hdr", flat + "\1\2\3\4", "corrupt"},
         {"cut.pic", "\x53\x80\xF6\x34" + std::string(84, '\0') + "PICT\0\x8\0\x8\0\0\0\0\0\0\0\0\0\x8\2\xE0"s,
          "bad file"}};
     // clang-format on
