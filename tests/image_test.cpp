@@ -112,7 +112,7 @@ std::string jpeg(const std::string &dc_value, const std::string &ac_table, const
 
 TEST(image, refused)
 {
-    const std::string one_code = "\0\x14\x10\1"s + std::string(15, '\0') + "\7";
+    const std::string one_code = "\0\x14\x10\0\1"s + std::string(14, '\0') + "\7";
     const std::string all_codes =
         "\1\x13\x10\0\0\0\0\0\0\0\xFF\1"s + std::string(7, '\0') + std::string(256, '\0');
     const std::string flat = rewritten(hdr, {{"Y 9 \\+X 16\n.*", "Y 4000 +X 4000\n"}});
@@ -130,8 +130,8 @@ TEST(image, refused)
         {"jpg", huffman + std::string(5000, '\xFF'), "bad DHT header"},
         {"cut.jpg", huffman + std::string(16, '\xFF'), "bad DHT header"},
         {"dump.hdr", hdr + "\0\0"s, "corrupt"}, {"run.hdr", hdr + "\x80\x80", "corrupt"},
-        {"bits.jpg", jpeg("\x0F", one_code, "\0"), "bad huffman code"},
-        {"code.jpg", jpeg("\0"s, all_codes, "\0\0\0\xFF"s), "bad huffman code"},
+        {"bits.jpg", jpeg("\x0F", one_code, "\0\0\0\0"s), "bad huffman code"},
+        {"code.jpg", jpeg("\0"s, all_codes, "\0\0\0\xFF\0\0\0\0\0\0"s), "bad huffman code"},
         {"flat.hdr", flat + "\1\2\3\4", "corrupt"},
         {"cut.pic", "\x53\x80\xF6\x34" + std::string(84, '\0') + "PICT\0\x8\0\x8\0\0\0\0\0\0\0\0\0\x8\2\xE0"s,
          "bad file"}};
