@@ -107,7 +107,7 @@ std::string jpeg(const std::string &dc_value, const std::string &ac_table, const
     return "\xFF\xD8\xFF\xDB\0\x43\0"s + std::string(64, '\1') +
            "\xFF\xC0\0\x0B\x8\0\x8\0\x10\1\1\x11\0\xFF\xC4\0\x14\0"s + std::string(15, '\0') +
            "\1" + dc_value + "\xFF\xC4" + ac_table + "\xFF\xDA\0\x8\1\1\0\0\x3F\0"s + scan +
-           std::string(6, '\0') + "\xFF\xD9";
+           "\xFF\xD9";
 }
 
 TEST(image, refused)
