@@ -3,8 +3,8 @@
 if(CPACK_GENERATOR STREQUAL TGZ)
     cmake_path(GET CPACK_TEMPORARY_DIRECTORY FILENAME folder)
     execute_process(
-        COMMAND tar --create --sort=name --owner=root:0 --group=root:0 --mtime=@$ENV{SOURCE_DATE_EPOCH}
-            --directory=${CPACK_TEMPORARY_DIRECTORY}/.. ${folder}
+        COMMAND tar --create --sort=name --owner=root:0 --group=root:0
+            --mtime=@$ENV{SOURCE_DATE_EPOCH} --directory=${CPACK_TEMPORARY_DIRECTORY}/.. ${folder}
         COMMAND gzip -9n
         OUTPUT_FILE ${CPACK_PACKAGE_FILES} COMMAND_ERROR_IS_FATAL ANY)
 endif()

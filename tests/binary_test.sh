@@ -22,11 +22,12 @@ echo "$bytes bytes, at most $most"
 
 needed=$("${READELF:-readelf}" -d "$tool" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | sort | xargs)
 echo "needs: ${needed:-nothing}"
-[[ $needed == "${panel:+libc.so.6}" ]] || fail "needs other libraries"
+# The loader itself holds the stack protector's value on ARM.
+[[ ${needed% ld-linux-armhf.so.3} == "${panel:+libc.so.6}" ]] || fail "needs other libraries"
 [[ $panel ]] || exit 0
 
 # open, open64, __open_2, openat...; mmap64; __ioctl_time64; compiler and libc decide on the name.
-calls='^_*(open|creat|fopen|freopen|ioctl|mmap|mremap|mlock|close|dup|syscall|.*sleep|p?poll|p?select)'
+calls='^_*(f?(re)?open|creat|ioctl|mmap|mremap|mlock|close|dup|syscall|.*sleep|p?poll|p?select)'
 used=$(symbols --undefined-only "$tool" | grep -E "$calls")
 for call in open ioctl mmap usleep close; do
     grep -q "$call" <<<"$used" || fail "$call is not among the calls: ${used//$'\n'/ }"

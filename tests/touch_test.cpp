@@ -39,7 +39,7 @@ void line(canvas &c, int x, int y, int x_end, int y_end)
 }
 
 const struct touch_row {
-    const char *arguments; // events; "|" ends a write, "#" fills a block, "~" is half an event
+    const char *arguments; // events; "|" ends a write, "#" fills half a block, "~" is half an event
     const char *happens;   // segments, "R" release, "D" update, "/" new start screen, "!" exit
     geometry shape = {};   // none: screens of 758 x 1024 at every depth
 } rows[] = {
@@ -59,7 +59,7 @@ const struct touch_row {
     {"s0 x50 y900 x60 y950 x700 y100 | x1 y1", "60 950 50 900, !"},
     {"s0 x9 y9 x639 y905 x300 y300 s0 x400 y400 x410 y410 | x420 y420",
      "639 905 9 9, 410 410 400 400, D, /, 420 420 410 410"},
-    {"s0 x700 y950 s0 x5 y5 # x6 y6", "/, 6 6 5 5"},
+    {"s0 x700 y950 # s0 x5 y5 x6 y6 # x7 y7", "6 6 5 5, /, 7 7 6 6"},
     {"s0 x700 y950 | x710 y960 | t1 x9 y9 x8 y8", "/, 8 8 9 9"},
     {"s1 x50 y950 x700 y950 x750 y1000", "700 950 50 950, 750 1000 700 950"},
     {"s1 x-5 y10 x30 y40 x-7 y-8 x3 y4", "30 40 30 10, 30 40 30 40, 3 4 3 4"},
@@ -79,7 +79,7 @@ void check(const touch_row &row, const geometry &g)
         if (word == "|")
             writes.emplace_back();
         else if (word == "#")
-            while (writes.back().size() % 1024)
+            while (writes.back().size() % 512)
                 writes.back() += event('z', 0);
         else
             writes.back() += word == "~" ? "cut off" : event(word[0], stoi(word.substr(1)));

@@ -145,11 +145,13 @@ static void repeat_down(uint8_t *to, int64_t step, word mask, int32_t count)
     word value;
     memcpy(&value, to, sizeof value);
     if (mask == word(~word{0})) {
+#pragma GCC unroll 4
         for (int32_t i = 0; i < count; ++i)
             memcpy(to += step, &value, sizeof value);
         return;
     }
     value &= mask;
+#pragma GCC unroll 4
     for (int32_t i = 0; i < count; ++i) {
         word bits;
         memcpy(&bits, to += step, sizeof bits);
@@ -210,7 +212,9 @@ void translate_pixel(int32_t x, int32_t y, const surface *source, const surface 
         return;
     const int32_t far_x = saturated(int64_t{x} + source->width);
     const int32_t far_y = saturated(int64_t{y} + source->height);
-    if (!pixel_in_range(far_x, far_y, destination) || !pixel_in_range(x, y, destination))
+    if (!pixel_in_range(far_x, far_y, destination))
+        return;
+    if ((x < 0 || y < 0) && !pixel_in_range(x, y, destination))
         return;
     if (source->width < 1 || source->height < 1)
         return;

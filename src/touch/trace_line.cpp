@@ -51,12 +51,13 @@ static std::pair<int64_t, int64_t> steps_on_screen(const axis &a, int32_t size)
 /// The walk starts where the longer axis enters the screen, with the err that it has there.
 static void draw_line(point from, point to)
 {
-    const surface &screen = display_device.screen;
+    const framebuffer device = display_device; // a copy: plotting cannot change it
     axis longer = axis_of(from.x, to.x), shorter = axis_of(from.y, to.y);
     const bool steep = longer.length < shorter.length;
     if (steep)
         std::swap(longer, shorter);
-    const auto [first, last] = steps_on_screen(longer, steep ? screen.height : screen.width);
+    const auto [first, last] =
+        steps_on_screen(longer, steep ? device.screen.height : device.screen.width);
     if (first > last)
         return;
     // Lengths are below 2^32, so their product and this sum fit 64 bits.
@@ -71,7 +72,7 @@ static void draw_line(point from, point to)
             err -= longer.length;
         }
         along += longer.step;
-        blacken_pixel(steep ? across : along, steep ? along : across);
+        blacken_pixel(device, steep ? across : along, steep ? along : across);
     }
 }
 
