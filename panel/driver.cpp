@@ -192,7 +192,7 @@ int answer_release_hold(void *)
 }
 
 template <uint32_t panel_settings::*field>
-int word_of(void *argument)
+int stored(void *argument)
 {
     return store(argument, current.*field);
 }
@@ -216,9 +216,9 @@ constexpr request requests[] = {
     {0x40044633, false, "set-hold",          value_field,   answer_set_hold},
     {0x40044635, false, "release-hold",      value_field,   answer_release_hold},
     {0xc0044634, true,  "get-work-buffer",   no_fields,     answer_working_buffer},
-    {0x80044639, true,  "get-waveform-type", no_fields,     word_of<&panel_settings::waveform_type>},
-    {0x8004463a, true,  "get-material-type", no_fields,     word_of<&panel_settings::material_type>},
-    {0x80044638, true,  "get-temperature",   no_fields,     word_of<&panel_settings::temperature>},
+    {0x80044639, true,  "get-waveform-type", no_fields,     stored<&panel_settings::waveform_type>},
+    {0x8004463a, true,  "get-material-type", no_fields,     stored<&panel_settings::material_type>},
+    {0x80044638, true,  "get-temperature",   no_fields,     stored<&panel_settings::temperature>},
 };
 // clang-format on
 

@@ -48,9 +48,10 @@ static void paint_xor_rows(int pattern_bpp)
             memcpy(row, screen_row(y - 256), size_t(bytes));
             continue;
         }
-        for (int32_t b = 0; b < bytes; b += block)
-            memcpy(row + b, first_rows[y % 16] + ((b / block) ^ (y / 16)) % 16 * block,
-                   size_t(std::min(block, bytes - b)));
+        for (int32_t b = 0; b < bytes; b += block) {
+            const int64_t place = ((b / block) ^ (y / 16)) % 16;
+            memcpy(row + b, &first_rows[y % 16][place * block], size_t(std::min(block, bytes - b)));
+        }
     }
 }
 

@@ -41,8 +41,8 @@ inline void blacken_pixel(const framebuffer &device, int64_t x, int64_t y)
 /// A byte full of pixels of one gray at a depth: the gray's top bits, repeated.
 constexpr uint8_t packed_gray(uint8_t gray, int32_t bpp)
 {
-    const int level = gray >> (8 - bpp);
-    return uint8_t(level * (0xFF / ((1 << bpp) - 1)));
+    constexpr uint8_t repeated[] = {0, 0xFF, 0x55, 0, 0x11, 0, 0, 0, 0x01}; // by depth
+    return uint8_t((gray >> (8 - bpp)) * repeated[bpp]);
 }
 static_assert(packed_gray(0xB7, 8) == 0xB7 && packed_gray(0xB7, 4) == 0xBB);
 static_assert(packed_gray(0xB7, 2) == 0xAA && packed_gray(0xB7, 1) == 0xFF);

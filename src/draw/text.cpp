@@ -93,7 +93,8 @@ void scroll_lines(int32_t start, int32_t count, int32_t width)
     const size_t moved = width != 0 ? size_t(width) : line;
     const int blank = inverted ? 0x00 : 0xFF;
     for (int64_t i = 0; i < int64_t{band_rows} * count; ++i) {
-        uint8_t *const row = display_device.screen_map + line * size_t(band_rows * start + i);
+        const int64_t y = int64_t{band_rows} * start + i;
+        uint8_t *const row = display_device.screen_map + line * size_t(y);
         memcpy(row - size_t(band_rows) * line, row, moved);
         memset(row, blank, moved);
     }
