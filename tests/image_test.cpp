@@ -90,11 +90,11 @@ TEST(image, formats_and_places)
         ASSERT_EQ(std::to_string(p.components), words(f)[0]) << f << p.reason;
         for (int bpp : {1, 2, 4, 8})
             check({70, 50, 72, 50, bpp}, p, 3, 2);
-        for (const geometry &g :
-             p.width > 61 || f.ends_with("PNG") ? all_shapes() : std::vector<geometry>())
-            for (auto [x, y] :
-                 {std::pair(0, 0), {1, 0}, {500, 8}, {757, 1000}, {0, -1}, {INT_MAX, 9}})
+        for (const geometry &g : f.ends_with("PNG") ? all_shapes() : std::vector<geometry>())
+            for (auto [x, y] : {std::pair(1, 0), {500, 8}, {757, 1000}, {0, -1}, {INT_MAX, 9}})
                 check(g, p, x, y);
+        for (const geometry &g : p.width > 61 ? all_shapes() : std::vector<geometry>())
+            check(g, p, 1, 0);
     }
 }
 
@@ -133,8 +133,8 @@ TEST(image, refused)
         {"bits.jpg", jpeg("\x0F", one_code, "\0\0\0\0"s), "bad huffman code"},
         {"code.jpg", jpeg("\0"s, all_codes, "\0\0\0\xFF\0\0\0\0\0\0"s), "bad huffman code"},
         {"flat.hdr", flat + "\1\2\3\4", "corrupt"},
-        {"cut.pic", "\x53\x80\xF6\x34" + std::string(84, '\0') + "PICT\0\x8\0\x8\0\0\0\0\0\0\0\0\0\x8\2\xE0"s,
-         "bad file"}};
+        {"cut.pic", "\x53\x80\xF6\x34" + std::string(84, '\0') +
+            "PICT\0\x8\0\x8\0\0\0\0\0\0\0\0\0\x8\2\xE0"s, "bad file"}};
     // clang-format on
     each_row(rows, [](const auto &row) {
         const virtual_panel panel({40, 30, 48, 30, 4});
@@ -165,7 +165,8 @@ TEST(image, damaged)
     std::vector<std::string> all = {"\xFF\xD8\xFF\xC0\0\x0B\x8\0\x8\0\x8\1\1\x11\0\xFF\xDA\0\x8\1\1"
                                     "\0\0\x3F\0\xA5\x5A\xA5\x5A\xA5\xFF\xD9"s}; // without tables
     for (const std::string &f : formats)
-        for (const std::string whole = files.read(words(f)[1]); size_t tenths : {1, 3, 5, 7, 9})
+        for (const std::string whole = files.read(words(f)[1]);
+             size_t tenths : {1u, 3u, 5u, 7u, 9u})
             all.push_back(whole.substr(0, whole.size() * tenths / 10));
     for (size_t size = 0; size < rows.size(); size += 2)
         all.push_back(hdr + rows.substr(0, size));
