@@ -4,6 +4,7 @@
 #include "log.h"
 #include "state.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -144,11 +145,13 @@ int answer_colour_map(void *argument)
 {
     const auto map = fetch<fb_cmap>(argument);
     const uint64_t entries = uint64_t(1) << current.bpp;
-    if (uint64_t(map.start) + map.len > entries)
+    if (map.start >= entries)
         return EINVAL;
     if (map.len > 0 && !(map.red && map.green && map.blue))
         return EFAULT;
-    for (uint32_t i = 0; i < map.len; ++i) {
+    // As many as there are: programs ask for 256 whatever the depth.
+    const uint64_t filled = std::min<uint64_t>(map.len, entries - map.start);
+    for (uint32_t i = 0; i < filled; ++i) {
         map.red[i] = map.green[i] = map.blue[i] =
             uint16_t((uint64_t(map.start) + i) * 65535 / (entries - 1));
         if (map.transp)

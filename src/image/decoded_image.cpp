@@ -55,11 +55,12 @@ static void pack_row(const uint8_t *from, int first, uint8_t *to, int64_t bytes)
     };
     for (int place = first; place < pixels; ++place)
         take_pixel();
-    *to++ = translate_gray(bpp, uint8_t(bits));
-    for (const uint8_t *const end = to + bytes - 1; to < end; ++to) {
+    to[0] = translate_gray(bpp, uint8_t(bits));
+    for (int64_t i = 1; i < bytes; ++i) {
+        bits = 0;
         for (int place = 0; place < pixels; ++place)
             take_pixel();
-        *to = translate_gray(bpp, uint8_t(bits));
+        to[i] = translate_gray(bpp, uint8_t(bits));
     }
 }
 
