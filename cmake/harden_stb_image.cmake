@@ -52,7 +52,9 @@ macro(mend_others)
     # HDR: pixels behind the end of the file were what the stack held.
     replace_exactly(1 "stbi__getn(s, rgbe, 4);"
         "if (!stbi__getn(s, rgbe, 4)) { STBI_FREE(hdr_data); return stbi__errpf(\"corrupt\", \"file too short\"); }")
-    # PNG, BMP: so were the colours of indices behind the palette.
+    # PNG: data chunks of no bytes were copied to a null pointer.
+    replace_exactly(1 "memcpy(buffer, s->img_buffer, n);" "if (n > 0) memcpy(buffer, s->img_buffer, n);")
+    # PNG, BMP: the colours of indices behind the palette were what the stack held, too.
     replace_exactly(1 "stbi_uc palette[1024], " "stbi_uc palette[1024] = {0}, ")
     replace_exactly(1 "stbi_uc pal[256][4];" "stbi_uc pal[256][4] = {{0}};")
     # PSD: a colour below 0, once the white matte is taken off, has no unsigned value.

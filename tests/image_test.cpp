@@ -132,6 +132,9 @@ TEST(image, refused)
         {"dump.hdr", hdr + "\0\0"s, "corrupt"}, {"run.hdr", hdr + "\x80\x80", "corrupt"},
         {"bits.jpg", jpeg("\x0F", one_code, "\0\0\0\0"s), "bad huffman code"},
         {"code.jpg", jpeg("\0"s, all_codes, "\0\0\0\xFF\0\0\0\0\0\0"s), "bad huffman code"},
+        {"empty.png",
+         png.substr(0, 16) + "\0\0\0\1\0\0\0\1\x8\0\0\0\0CRC!\0\0\0\0IDATCRC!\0\0\0\0IENDCRC!"s,
+         "no IDAT"},
         {"flat.hdr", flat + "\1\2\3\4", "corrupt"},
         {"cut.pic", "\x53\x80\xF6\x34" + std::string(84, '\0') +
             "PICT\0\x8\0\x8\0\0\0\0\0\0\0\0\0\x8\2\xE0"s, "bad file"}};
