@@ -1,6 +1,7 @@
 #include "dump.h"
 
-#include "common/handles.h"
+#include "common/file.h"
+#include "common/heap.h"
 #include "common/message.h"
 #include "display/device.h"
 
@@ -9,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 
@@ -17,13 +19,9 @@ static_assert(EPDC_GET_WORK_BUFFER == 0xc0044634);
 
 constexpr size_t page = 4096; // the driver wants whole pages
 
-/// Unbuffered: what fwrite counts as written has reached the file.
-static open_file open_dump(const char *path)
+static int open_dump(const char *path)
 {
-    open_file file(fopen(path, "wb"));
-    if (file)
-        setvbuf(file.get(), nullptr, _IONBF, 0);
-    return file;
+    return open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
 }
 
 void dump_framebuffer(const char *path)
@@ -33,18 +31,18 @@ void dump_framebuffer(const char *path)
         message("main", "cannot map framebuffer to write %s\n", path);
         return;
     }
-    const open_file file = open_dump(path);
-    if (!file) {
+    const descriptor file(open_dump(path));
+    if (file.fd < 0) {
         printf("can't open %s file for write framebuffer\n", path);
         return;
     }
-    const size_t written = fwrite(device.buffer_map, 1, device.buffer_bytes, file.get());
+    const size_t written = write_fully(file, device.buffer_map, device.buffer_bytes);
     printf("write framebuffer(%d byte @%p) %d byte to file %s\n", int(device.buffer_bytes),
            static_cast<void *>(device.buffer_map), int(written), path);
 }
 
 /// Reads the working buffer and writes it to the file.
-static void copy_working_buffer(FILE *file, const char *path, size_t size)
+static void copy_working_buffer(const descriptor &file, const char *path, size_t size)
 {
     const size_t whole_pages = (size + page - 1) / page * page;
     const heap_bytes buffer(static_cast<uint8_t *>(aligned_alloc(page, whole_pages)));
@@ -58,7 +56,7 @@ static void copy_working_buffer(FILE *file, const char *path, size_t size)
         printf("get work buffer ioctl err=%d\n", result);
         return;
     }
-    const size_t written = fwrite(buffer.get(), 1, size, file);
+    const size_t written = write_fully(file, buffer.get(), size);
     printf("write %d byte @0x%x to %s\n", int(written),
            unsigned(reinterpret_cast<uintptr_t>(buffer.get())), path);
 }
@@ -66,8 +64,8 @@ static void copy_working_buffer(FILE *file, const char *path, size_t size)
 void dump_working_buffer_to(const char *path)
 {
     const surface &screen = display_device.screen;
-    const open_file file = open_dump(path);
-    if (!file) {
+    const descriptor file(open_dump(path));
+    if (file.fd < 0) {
         printf("can't open %s to dump\n", path);
         return;
     }
@@ -76,5 +74,5 @@ void dump_working_buffer_to(const char *path)
     if (pixels <= 0 || pixels > INT32_MAX / 2)
         printf("can't allocate %" PRId64 " byte for working buffer\n", pixels * 2);
     else
-        copy_working_buffer(file.get(), path, size_t(pixels) * 2);
+        copy_working_buffer(file, path, size_t(pixels) * 2);
 }

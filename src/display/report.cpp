@@ -1,9 +1,10 @@
 #include "display/report.h"
 
-#include "common/handles.h"
+#include "common/heap.h"
 #include "common/message.h"
 #include "display/device.h"
 
+#include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -17,26 +18,25 @@ constexpr unsigned long EPDC_GET_MATERIAL_TYPE = _IOR('F', 0x3a, int32_t);
 static_assert(EPDC_GET_TEMPERATURE == 0x80044638 && EPDC_GET_WAVEFORM_TYPE == 0x80044639);
 static_assert(EPDC_GET_MATERIAL_TYPE == 0x8004463a);
 
-// Indexed by FB_TYPE_* and FB_VISUAL_* (linux/fb.h).
-constexpr const char *fb_type_names[] = {"PACKED_PIXELS", "PLANES", "INTERLEAVED_PLANES", "TEXT",
-                                         "VGA_PLANES"};
-constexpr const char *fb_visual_names[] = {"MONO01",      "MONO10",      "TRUECOLOR",
-                                           "PSEUDOCOLOR", "DIRECTCOLOR", "STATIC_PSEUDOCOLOR"};
-
 struct value_name {
     char text[20];
 };
 
+// Indexed by FB_TYPE_* and FB_VISUAL_* (linux/fb.h).
+constexpr value_name fb_type_names[] = {
+    {"PACKED_PIXELS"}, {"PLANES"}, {"INTERLEAVED_PLANES"}, {"TEXT"}, {"VGA_PLANES"}};
+constexpr value_name fb_visual_names[] = {{"MONO01"},      {"MONO10"},      {"TRUECOLOR"},
+                                          {"PSEUDOCOLOR"}, {"DIRECTCOLOR"}, {"STATIC_PSEUDOCOLOR"}};
+
 /// The name of a value, or its number when it lies beyond the table.
 template <size_t count>
-static value_name name_of(uint32_t value, const char *const (&names)[count])
+static value_name name_of(uint32_t value, const value_name (&names)[count])
 {
-    value_name name;
     if (value < count)
-        snprintf(name.text, sizeof name.text, "%s", names[value]);
-    else
-        snprintf(name.text, sizeof name.text, "%u", value);
-    return name;
+        return names[value];
+    value_name number{};
+    std::to_chars(number.text, std::end(number.text), value);
+    return number;
 }
 
 static void print_fixed_info()
@@ -124,7 +124,7 @@ static void print_variable_info()
 
 struct panel_query {
     unsigned long request;
-    const char *name, *unit;
+    char name[16], unit[8];
 };
 constexpr panel_query panel_queries[] = {
     {EPDC_GET_WAVEFORM_TYPE, "waveform type", ""},

@@ -14,7 +14,7 @@ constexpr useconds_t retry_pause = 500000; // microseconds
 static update_marker_record marker_record = {42, 0};
 
 struct waveform_name {
-    const char *name;
+    char name[8];
     int32_t mode;
 };
 // The first row that the argument begins with counts: reagld stands before reagl.

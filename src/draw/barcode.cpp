@@ -42,13 +42,13 @@ static void paint_bar(char letter, int32_t top)
 }
 
 /// Draws a pattern's bars and moves the pen past it and the gap behind it.
-static void paint_pattern(const char *pattern, int32_t top)
+static void paint_pattern(const code39_pattern &pattern, int32_t top)
 {
-    for (; *pattern != '\0'; ++pattern)
-        switch (*pattern) {
+    for (const char element : pattern)
+        switch (element) {
         case 'N':
         case 'W':
-            paint_bar(*pattern, top);
+            paint_bar(element, top);
             break;
         case 'w':
             barcode_x += wide_space;
@@ -61,11 +61,11 @@ static void paint_pattern(const char *pattern, int32_t top)
 }
 
 /// A generous estimate: a bar counts like a space; start, stop and gaps do not count.
-static int32_t estimated_width(const char *pattern)
+static int32_t estimated_width(const code39_pattern &pattern)
 {
     int32_t width = 0;
-    for (; *pattern != '\0'; ++pattern)
-        width += *pattern == 'W' || *pattern == 'w' ? 4 : 2;
+    for (const char *element = pattern.data(); *element != '\0'; ++element)
+        width += *element == 'W' || *element == 'w' ? 4 : 2;
     return width;
 }
 
@@ -74,8 +74,8 @@ static void require_barcode_fits(const char *text)
 {
     int32_t width = 0;
     for (; *text != '\0'; ++text) {
-        const char *const pattern = code39_table[uint8_t(*text)];
-        if (pattern == nullptr) {
+        const code39_pattern &pattern = code39_table[uint8_t(*text)];
+        if (pattern[0] == '\0') {
             fprintf(stderr, "Invalid character '%c' in given string\n", *text);
             exit(1);
         }
@@ -113,7 +113,7 @@ static const char *next_barcode_chunk(const char *text, int32_t *remaining)
 {
     if (text == nullptr || remaining == nullptr || *text == '\0')
         return nullptr;
-    const size_t length = strnlen(text, piece_length + 1);
+    const size_t length = strlen(text);
     if (length > piece_length) {
         memcpy(chunk_buffer, text, piece_length);
         chunk_buffer[piece_length] = '\0';

@@ -9,7 +9,7 @@
 #include "draw/pixel.h"
 #include "draw/stored_nibbles.h"
 
-#include <cctype>
+#include <algorithm>
 #include <cstring>
 
 constexpr int32_t band_rows = 20; // of a scroll; not the height of a cell
@@ -19,6 +19,12 @@ constexpr int32_t band_rows = 20; // of a scroll; not the height of a cell
 static uint8_t glyph_pixels[text_cell_height * 2];
 static const surface glyph_surface = {text_cell_width, 20, text_cell_height, 1, glyph_pixels};
 
+/// As isspace() has it in the C locale.
+static bool is_white_space(uint8_t character)
+{
+    return character == ' ' || (character >= '\t' && character <= '\r');
+}
+
 static const glyph *find_glyph(uint8_t character)
 {
     if (character >= 'A' && character <= 'Z')
@@ -27,8 +33,9 @@ static const glyph *find_glyph(uint8_t character)
         return &font_lower[size_t(character - 'a')];
     if (character >= '0' && character <= '9')
         return &font_digit[size_t(character - '0')];
-    const size_t index = punct_chars.find(isspace(character) ? ' ' : char(character));
-    return index < font_punct.size() ? &font_punct[index] : nullptr;
+    const char drawn = is_white_space(character) ? ' ' : char(character);
+    const auto place = std::find(punct_chars.begin(), punct_chars.end(), drawn);
+    return place != punct_chars.end() ? &font_punct[size_t(place - punct_chars.begin())] : nullptr;
 }
 
 /// All eight columns: a highlighted character is a solid block with the letter in paper.

@@ -1,16 +1,16 @@
 #include "image/decoded_image.h"
 
-#include "common/handles.h"
+#include "common/file.h"
+#include "common/heap.h"
 #include "common/message.h"
 #include "display/device.h"
 #include "draw/pixel.h"
-#include "image/decoder.h"
+#include "image/decoder_input.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
 #include <fcntl.h>
-#include <unistd.h>
 
 struct pixels_release {
     void operator()(uint8_t *pixels) const { stbi_image_free(pixels); }
@@ -27,9 +27,13 @@ struct decoded_image {
 static decoded_image decode(const char *function, const char *path)
 {
     decoded_image image{};
-    image.pixels.reset(stbi_load(path, &image.width, &image.height, &image.components, 0));
+    decoder_input input(open(path, O_RDONLY | O_CLOEXEC));
+    if (input.file.fd >= 0)
+        image.pixels.reset(stbi_load_from_callbacks(&decoder_callbacks, &input, &image.width,
+                                                    &image.height, &image.components, 0));
     if (!image.pixels)
-        message(function, "cannot open \"%s\":%s\n", path, stbi_failure_reason());
+        message(function, "cannot open \"%s\":%s\n", path,
+                input.file.fd < 0 ? "can't fopen" : stbi_failure_reason());
     return image;
 }
 
@@ -104,25 +108,10 @@ int paint_image(int32_t x, int32_t y, const char *path, int32_t *width_out, int3
     return 0;
 }
 
-/// Writes a whole buffer; returns 0, or 1 with a message.
-static int write_screen(int fd, const uint8_t *bytes, size_t size)
-{
-    while (size > 0) {
-        const ssize_t written = write(fd, bytes, size);
-        if (written <= 0) {
-            message("decompress_image_to_file", "Error writing to file\n");
-            return 1;
-        }
-        bytes += written;
-        size -= size_t(written);
-    }
-    return 0;
-}
-
 int decompress_image_to_file(const char *input_path, const char *output_path)
 {
     const framebuffer &device = display_device;
-    const heap_bytes buffer(static_cast<uint8_t *>(malloc(device.screen_bytes)));
+    const heap_bytes buffer(static_cast<uint8_t *>(calloc(device.screen_bytes, 1)));
     if (!buffer) {
         message("decompress_image_to_file", "Cannot alloc buffer for decompression\n");
         return 1;
@@ -138,5 +127,9 @@ int decompress_image_to_file(const char *input_path, const char *output_path)
     memset(buffer.get(), 0xFF, device.screen_bytes);
     pack_image(image, std::min(image.width, device.screen.width),
                std::min(image.height, device.screen.height), buffer.get(), 0, 0);
-    return write_screen(output.fd, buffer.get(), device.screen_bytes);
+    if (write_fully(output, buffer.get(), device.screen_bytes) < device.screen_bytes) {
+        message("decompress_image_to_file", "Error writing to file\n");
+        return 1;
+    }
+    return 0;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
-/// The image decoder, stb_image: stbi_load, stbi_failure_reason, stbi_image_free. The header is the
-/// installed one, hardened by the build (see cmake/harden_stb_image.cmake).
+/// The image decoder, stb_image: stbi_load_from_callbacks, stbi_failure_reason, stbi_image_free.
+/// The header is the installed one, hardened by the build (see cmake/harden_stb_image.cmake).
+#define STBI_NO_STDIO // decoder_input.h reads the files
 #include "stb_image_hardened.h"

@@ -24,10 +24,10 @@ inline void decoder_free(void *block)
 /// What the block grows by is zero. On failure the old block stays, as with realloc.
 inline void *decoder_reallocate(void *block, size_t old_size, size_t size)
 {
-    if (size > decoder_largest_block)
-        return nullptr;
-    auto *const moved = static_cast<char *>(realloc(block, size));
-    if (moved != nullptr && size > old_size)
-        memset(moved + old_size, 0, size - old_size);
+    void *const moved = decoder_allocate(size);
+    if (moved != nullptr && block != nullptr) {
+        memcpy(moved, block, old_size < size ? old_size : size);
+        decoder_free(block);
+    }
     return moved;
 }

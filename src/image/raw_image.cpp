@@ -1,10 +1,10 @@
 #include "image/raw_image.h"
 
+#include "common/file.h"
 #include "common/message.h"
 #include "display/device.h"
 #include "display/update.h"
 #include "draw/pixel.h"
-#include "image/file_input.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,6 +1,6 @@
 #include "touch/touch_test.h"
 
-#include "common/handles.h"
+#include "common/file.h"
 #include "display/device.h"
 #include "display/update.h"
 #include "draw/fills.h"

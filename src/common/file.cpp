@@ -1,8 +1,7 @@
-#include "image/file_input.h"
+#include "common/file.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <unistd.h>
 
 size_t read_fully(const descriptor &file, void *to, size_t size)
 {
@@ -28,4 +27,17 @@ bool skip_bytes(const descriptor &file, uint64_t size)
         size -= wanted;
     }
     return true;
+}
+
+size_t write_fully(const descriptor &file, const void *from, size_t size)
+{
+    const auto *const bytes = static_cast<const uint8_t *>(from);
+    size_t done = 0;
+    while (done < size) {
+        const ssize_t written = write(file.fd, bytes + done, size - done);
+        if (written <= 0)
+            break;
+        done += size_t(written);
+    }
+    return done;
 }

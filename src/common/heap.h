@@ -1,0 +1,11 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+
+/// For blocks from malloc, calloc or aligned_alloc.
+struct heap_release {
+    void operator()(void *block) const { free(block); }
+};
+using heap_bytes = std::unique_ptr<uint8_t[], heap_release>;
