@@ -56,10 +56,15 @@ static int answer(int fd, unsigned long number, void *argument)
     return 0;
 }
 
-// Lock limits are small in containers.
+// A driver has its memory mapped when mmap returns, and lock limits are small in containers: the
+// screen is touched in advance instead. Nobody touches the second mapping, of the whole buffer.
 static void *map(void *hint, size_t length, int protection, int flags, int fd, long long offset)
 {
+    static bool screen_mapped;
     flags &= ~MAP_LOCKED;
+    if (fd == panel && !screen_mapped)
+        flags |= MAP_POPULATE;
+    screen_mapped |= fd == panel;
 #ifdef SYS_mmap2
     return (void *)syscall(SYS_mmap2, hint, length, protection, flags, fd, (long)(offset / 4096));
 #else

@@ -117,15 +117,12 @@ static int answer(unsigned long request, void *argument)
 
 extern "C" {
 int __real_open(const char *path, int flags, ...);
-FILE *__real_fopen(const char *path, const char *mode);
 void *__real_mmap(void *at, size_t size, int access, int flags, int fd, off_t offset);
 int __real_ioctl(int fd, unsigned long request, void *argument);
 ssize_t __real_read(int fd, void *to, size_t size);
 ssize_t __real_write(int fd, const void *from, size_t size);
 [[noreturn]] void __real_exit(int status);
-void *__real_malloc(size_t size);
 void *__real_calloc(size_t count, size_t size);
-void *__real_realloc(void *block, size_t size);
 void *__real_aligned_alloc(size_t alignment, size_t size);
 
 int __wrap_open(const char *path, int flags, mode_t mode)
@@ -142,16 +139,6 @@ int __wrap_open(const char *path, int flags, mode_t mode)
     if (path[0] != '\0')
         snprintf(content, sizeof content, "/proc/self/fd/%d", content_fd);
     return __real_open(content, flags);
-}
-
-FILE *__wrap_fopen(const char *path, const char *mode)
-{
-    // The fuzzer names what it found in the middle of a run by 40 digits.
-    const char *const name_end = strrchr(path, '-');
-    if (!running || (name_end != nullptr && strlen(name_end) == 41))
-        return __real_fopen(path, mode);
-    const int fd = __wrap_open(path, mode[0] == 'w' ? O_RDWR | O_CREAT : O_RDONLY, 0);
-    return fd < 0 ? nullptr : fdopen(fd, mode);
 }
 
 void *__wrap_mmap(void *at, size_t size, int access, int flags, int fd, off_t offset)
@@ -202,19 +189,9 @@ static bool refused(size_t size)
     return running && (fails() || size > largest_block);
 }
 
-void *__wrap_malloc(size_t size)
-{
-    return refused(size) ? nullptr : __real_malloc(size);
-}
-
 void *__wrap_calloc(size_t count, size_t size)
 {
     return refused(count * size) ? nullptr : __real_calloc(count, size);
-}
-
-void *__wrap_realloc(void *block, size_t size)
-{
-    return refused(size) ? nullptr : __real_realloc(block, size);
 }
 
 void *__wrap_aligned_alloc(size_t alignment, size_t size)

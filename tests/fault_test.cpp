@@ -42,13 +42,7 @@ constexpr std::array calls = {
     "short-write",
     "eintr-read",
     "eintr-write",
-    "fopen",
-    "fread",
-    "fwrite",
-    "fclose",
-    "malloc",
     "calloc",
-    "realloc",
     "aligned_alloc",
 };
 

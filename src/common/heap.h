@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <memory>
 
-/// For blocks from malloc, calloc or aligned_alloc.
+/// For blocks from calloc or aligned_alloc.
 struct heap_release {
     void operator()(void *block) const { free(block); }
 };
