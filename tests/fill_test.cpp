@@ -4,113 +4,99 @@
 #include "display/device.h"
 #include "panel_run.h"
 
-#include <climits>
-#include <functional>
-
 namespace {
-/// Sets each visible pixel to a level; -1 leaves it as it is.
-void levels(canvas &c, const std::function<int(int x, int y)> &level)
+/// The level (0..255) that a pixel gets, of the storage right of the visible ones too; -1 for none.
+using picture = int (*)(const geometry &g, int x, int y);
+
+void draw(canvas &c, const auto &level)
 {
     for (int y = 0; y < c.shape.height; ++y)
-        for (int x = 0; x < c.shape.width; ++x)
-            if (const int l = level(x, y); l >= 0)
+        for (int x = 0; x < std::max(c.shape.width, int(c.shape.line()) * 8 / c.shape.bpp); ++x)
+            if (const int l = level(c.shape, x, y); l >= 0)
                 c.set(x, y, l);
 }
 
-void rectangle(canvas &c, int64_t x0, int64_t y0, int64_t w, int64_t h, int level)
+template <int n>
+int grid(const geometry &g, int x, int y)
 {
-    x0 = x0 < 0 || x0 > c.shape.width ? 0 : x0;
-    y0 = y0 < 0 || y0 > c.shape.height ? 0 : y0;
-    levels(c, [&](int x, int y) {
-        return x >= x0 && x < x0 + w && y >= y0 && y < y0 + h ? level : -1;
-    });
+    const bool stored = size_t(x * g.bpp) / 8 < g.line(); // rows are cut to whole bytes
+    return (y % n == 0 && stored) || (x < g.width && x % n == 0) ? 0 : -1;
 }
 
-/// Four bands in each direction; `gray` knows their level from their place.
-void bands(canvas &c, const std::function<int(int column, int row)> &gray)
+template <int64_t left, int64_t top, int64_t w, int64_t h, int level>
+int rectangle(const geometry &g, int x, int y)
 {
-    if (const int w = c.shape.width / 4, h = c.shape.height / 4; w && h)
-        levels(c, [&](int x, int y) { return gray(x / w, y / h) & 0xFF; });
+    const int64_t first = left < 0 || left > g.width ? 0 : left;
+    const int64_t first_row = top < 0 || top > g.height ? 0 : top;
+    return x < g.width && x >= first && x < first + w && y >= first_row && y < first_row + h ? level
+                                                                                             : -1;
 }
 
-void checker(canvas &c)
+/// Four bands in each direction, as wide as fits, and what is left over.
+template <int (*gray)(int column, int row)>
+int bands(const geometry &g, int x, int y)
 {
-    bands(c, [](int column, int row) { return (column + row) % 2 * 255; });
+    return g.width < 4 || g.height < 4 || x >= g.width
+               ? -1
+               : gray(x / (g.width / 4), y / (g.height / 4)) & 0xFF;
+}
+constexpr auto board = [](int column, int row) { return (column + row) % 2 * 255; };
+constexpr auto grays = [](int column, int row) { return ~((column + 4 * row) * 17); };
+
+/// In whole bytes only, and black where the pattern is deeper than the screen.
+int xor_level(const geometry &g, int x, int y, int depth)
+{
+    const int most = (1 << depth) - 1;
+    return x >= g.width * g.bpp / 8 * 8 / g.bpp ? -1
+           : depth > g.bpp                      ? 0
+                           : ((x ^ y) >> (depth == 8 ? 0 : 3) & most) * 255 / most;
 }
 
-void grid(canvas &c, int n)
-{
-    for (int y = 0; y < c.shape.height; y += n)
-        c.memory.replace(size_t(y) * c.shape.line(), c.shape.line(), c.shape.line(), '\0');
-    levels(c, [&](int x, int) { return x % n ? -1 : 0; });
-}
-
-void xor_pattern(canvas &c, int mode)
-{
-    if (mode >= 0 && mode <= 255)
-        return void(c.memory.replace(0, c.shape.screen(), c.shape.screen(), char(mode)));
-    const int depth = mode >= 256 && mode <= 259 ? 1 << (mode - 256) : c.shape.bpp;
-    const int pixels = 8 / c.shape.bpp, repeats = 8 / depth / pixels;
-    unsigned byte = 0;
-    for (int y = 0; y < c.shape.height; ++y)
-        for (int x = 0; x < c.shape.width / pixels * pixels; ++x) {
-            const unsigned value = unsigned(x ^ y) >> (depth == 8 ? 0 : 3) & ((1u << depth) - 1);
-            for (int i = 0; i < repeats; ++i)
-                byte = byte << depth | value;
-            if (x % pixels == pixels - 1)
-                c.memory[size_t(y) * c.shape.line() + size_t(x / pixels)] = char(byte);
-            byte = x % pixels == pixels - 1 ? 0 : byte;
-        }
-}
-
+constexpr int64_t most = INT32_MAX;
 // clang-format off
-const struct { const char *arguments; std::function<void(canvas &)> draw; } rows[] = {
-    {"-c", [](canvas &c) { c.clear(); }},
-    {"-p", [](canvas &c) { xor_pattern(c, -1); }},
-    {"-q", checker},
-    {"-l", [](canvas &c) { bands(c, [](int x, int y) { return ~((x + 4 * y) * 17); }); }},
-    {"-l -x 9 -c", [](canvas &c) { c.clear(); }},  // one after the other, as they are read
-    {"-c -q", [](canvas &c) { c.clear(), checker(c); }},
-    {"-a7", [](canvas &c) { grid(c, 7); }},
-    {"-a-2147483648", [](canvas &c) { grid(c, 2); }},
-    {"-a2147483647", [](canvas &c) { grid(c, 1 << 20); }},
-    {"-a 5", [](canvas &c) { grid(c, 5), c.text(0, 0, "5"); }},
-    {"-d l=40,w=20,h=11 -x 3 -y 2", [](canvas &c) { rectangle(c, 3, 2, 20, 11, 0x40); }},
-    {"-d l=1ff,w=20,h=20 -x -5 -y 10", [](canvas &c) { rectangle(c, -5, 10, 20, 20, 0xFF); }},
-    {"-d l=AA,w=9,h=9 -x 758 -y 5000", [](canvas &c) { rectangle(c, 758, 5000, 9, 9, 0xAA); }},
-    {"-d l=0,w=2147483647,h=9 -x 1 -y 2", [](canvas &c) { rectangle(c, 1, 2, INT_MAX, 9, 0); }},
-    {"-d l=5c,w=2147483647,h=2147483647 -x 2147483647 -y -2147483648",
-        [](canvas &c) { rectangle(c, INT_MAX, INT_MIN, INT_MAX, INT_MAX, 0x5C); }},
-};
+const struct { const char *arguments; bool cleared; picture level = nullptr; } rows[] = {
+    {"-c", true}, {"-q", false, bands<board>}, {"-l", false, bands<grays>},
+    {"-p", false, [](const geometry &g, int x, int y) { return xor_level(g, x, y, g.bpp); }},
+    {"-c -q", true, bands<board>}, {"-l -x 9 -c", true}, // one after the other, as they are read
+    {"-a7", false, grid<7>}, {"-a-2147483648", false, grid<2>},
+    {"-a2147483647", false, grid<1 << 20>},
+    {"-d l=40,w=20,h=11 -x 3 -y 2", false, rectangle<3, 2, 20, 11, 0x40>},
+    {"-d l=1ff,w=20,h=20 -x -5 -y 10", false, rectangle<-5, 10, 20, 20, 0xFF>},
+    {"-d l=AA,w=9,h=9 -x 758 -y 5000", false, rectangle<758, 5000, 9, 9, 0xAA>},
+    {"-d l=0,w=2147483647,h=9 -x 1 -y 2", false, rectangle<1, 2, most, 9, 0>},
+    {"-d l=5c,w=2147483647,h=2147483647 -x 2147483647 -y -2147483648", false,
+        rectangle<most, INT32_MIN, most, most, 0x5C>}};
 // clang-format on
 
 TEST(fills, options)
 {
-    each_row(rows, [](const auto &row) {
+    for (const auto &[arguments, cleared, level] : rows)
         for (const geometry &g : all_shapes()) {
-            const run_result got = virtual_panel(g).run(words(row.arguments));
             canvas drawn(g);
-            row.draw(drawn);
-            EXPECT_EQ(drawn.difference(got.memory), "");
-            EXPECT_EQ(got.status, 0);
+            if (cleared)
+                drawn.clear();
+            if (level)
+                draw(drawn, level);
+            const run_result got = virtual_panel(g).run(words(arguments));
+            got.expect("0" + got.out, drawn);
         }
-    });
 }
 
-TEST(fills, direct)
+TEST(fills, modes_that_no_option_gives)
 {
     for (int i = 0; i < 4 * 262; ++i) {
         const geometry g = {i % 4 < 3 ? 21 : 300, 9, 304, 9, 1 << i % 4};
-        const int mode = i / 4 - 1;
+        const int mode = i / 4 - 1, depth = mode < 256 || mode > 259 ? g.bpp : 1 << (mode - 256);
         canvas got(g), drawn(g);
         auto *pixels = reinterpret_cast<uint8_t *>(got.memory.data());
-        display_device.screen = {g.width, g.virtual_width, g.height, g.bpp, pixels};
-        display_device.screen_map = pixels;
-        display_device.line_bytes = uint32_t(g.line());
-        display_device.screen_bytes = uint32_t(g.screen());
+        const surface screen = {g.width, g.virtual_width, g.height, g.bpp, pixels};
+        display_device = {uint32_t(g.line()), uint32_t(g.screen()), -1, pixels, screen, 0, nullptr};
         paint_xor_pattern(mode);
-        xor_pattern(drawn, mode);
-        EXPECT_EQ(drawn.difference(got.memory), "") << mode;
+        if (mode >= 0 && mode < 256)
+            drawn.memory.assign(g.screen(), char(mode));
+        else
+            draw(drawn, [&](auto &, int x, int y) { return xor_level(g, x, y, depth); });
+        EXPECT_EQ(drawn.difference(got.memory), "") << i;
     }
 }
 } // namespace

@@ -6,7 +6,6 @@
 #include <sys/wait.h>
 
 #include <algorithm>
-#include <chrono>
 #include <fstream>
 #include <iomanip>
 #include <regex>
@@ -43,6 +42,12 @@ std::string canvas::difference(const std::string &actual) const
                              at / shape.line(), at % shape.line(), actual[at] & 0xFF,
                              memory[at] & 0xFF);
     return formatted(actual.size() == memory.size() ? "" : "%zu bytes", actual.size());
+}
+
+void run_result::expect(const std::string &told, const canvas &drawn) const
+{
+    EXPECT_EQ(std::to_string(status) + out + err, told) << command;
+    EXPECT_EQ(drawn.difference(memory), "") << command;
 }
 
 std::vector<std::string> words(const std::string &line)
@@ -87,9 +92,7 @@ void virtual_panel::write(const std::string &name, const std::string &content) c
 run_result virtual_panel::shell(const std::string &line) const
 {
     write("state/log", "");
-    const auto begin = std::chrono::steady_clock::now();
     const int status = system(("cd " + folder + " && exec <in >out 2>err && " + line).c_str());
-    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
     const std::string mapped = " offset=0 shared locked -> 0\n";
     // clang-format off
     const std::string out = rewritten(read("out"), {{"@0x[0-9a-f]+", "@ADDRESS"},
@@ -103,8 +106,12 @@ run_result virtual_panel::shell(const std::string &line) const
     // clang-format on
     const std::string err = rewritten(read("err"), {{"(^|\n)\\S*/tavo:", "$1tavo:"}});
     // The shell became the tool: what ends the tool is what is seen here.
-    const int ended = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
-    return {ended, taken.count(), out, err, requests, read("state/memory")};
+    return {out,
+            err,
+            requests,
+            read("state/memory"),
+            WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status),
+            shape.size() + " " + line.substr(line.find("FAIL") + 1, 500)};
 }
 
 run_result virtual_panel::run(const std::vector<std::string> &arguments,
@@ -113,10 +120,10 @@ run_result virtual_panel::run(const std::vector<std::string> &arguments,
     // The library is for the tool alone: an emulator hands it on to its guest.
     const std::string emulator = TAVO_EMULATOR, preload = "LD_PRELOAD=" PANEL_LIBRARY " ";
     std::string line =
-        "exec timeout 60 env ASAN_OPTIONS=verify_asan_link_order=0 TAVO_PANEL_STATE=" + folder +
-        "/state TAVO_PANEL_FAIL='" + faults + "' ";
-    line += emulator.empty() ? preload : rewritten(emulator, {{"^\\S+", "$& -E " + preload}}) + " ";
-    line += TAVO_BINARY;
+        "exec timeout 20 env ASAN_OPTIONS=verify_asan_link_order=0 TAVO_PANEL_STATE=" + folder +
+        "/state TAVO_PANEL_FAIL='" + faults + "' " +
+        (emulator.empty() ? preload : rewritten(emulator, {{"^\\S+", "$& -E " + preload}}) + " ") +
+        TAVO_BINARY;
     for (const std::string &word : arguments)
         line += " '" + rewritten(word, {{"'", "'\\''"}}) + "'";
     return shell(line);
@@ -132,10 +139,9 @@ run_result virtual_panel::run_piped(const std::vector<std::string> &arguments,
     const pid_t writer = fork();
     if (writer == 0) {
         const int fd = open(path.c_str(), O_WRONLY);
-        for (int i = 0; i < 5000 && read("out").find(after) == std::string::npos; ++i)
+        while (read("out").find(after) == std::string::npos)
             usleep(1000);
-        const bool told = read("out").find(after) != std::string::npos;
-        for (const std::string &piece : told ? pieces : std::vector<std::string>())
+        for (const std::string &piece : pieces)
             for (int waiting = ::write(fd, piece.data(), piece.size()) > 0; waiting; usleep(50))
                 ioctl(fd, FIONREAD, &waiting);
         _exit(0);

@@ -36,20 +36,21 @@ struct canvas {
 };
 
 struct run_result {
-    int status;           ///< exit status, or 128 + signal
-    double seconds;       ///< wall time
     std::string out, err; ///< addresses as @ADDRESS, the trace line of an update as <FULL 2 0>
     /// The log in short, "update 10,20 100x50 wave=1 full; wait 42", without the open, the query,
     /// the two maps and the close that belong to every run.
-    std::string requests;
-    std::string memory;
+    std::string requests, memory;
+    int status; ///< exit status, or 128 + signal
+    std::string command;
+    /// Checks the status and the streams, one after the other, and the memory.
+    void expect(const std::string &told, const canvas &drawn) const;
 };
 
 /// A panel and a folder to work in; both last from run to run. The folder's file "in" is the input.
 struct virtual_panel {
     explicit virtual_panel(const geometry &g, const std::string &more_settings = "");
     ~virtual_panel() { std::filesystem::remove_all(folder); }
-    /// Runs the tool; `faults` as the panel library reads them.
+    /// Runs the tool, for 20 seconds at most; `faults` as the panel library reads them.
     run_result run(const std::vector<std::string> &arguments, const std::string &faults = "") const;
     run_result shell(const std::string &line) const;
     /// Runs the tool with a FIFO, the folder's file "pipe". Each piece is written when the one
@@ -75,14 +76,3 @@ std::string formatted(const char *format, values... all)
 std::vector<std::string> words(const std::string &line);
 /// Applies regular expressions and what replaces their matches, in this order.
 std::string rewritten(std::string text, const std::vector<std::pair<std::string, std::string>> &);
-
-/// Checks every row of a table; the environment variable ROW picks rows by a part of the arguments.
-template <class table, class action>
-void each_row(const table &rows, action check)
-{
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.arguments);
-        if (const char *only = getenv("ROW"); std::string(row.arguments).find(only ? only : "") + 1)
-            check(row);
-    }
-}

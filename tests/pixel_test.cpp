@@ -4,7 +4,6 @@
 #include "display/device.h"
 #include "panel_run.h"
 
-#include <algorithm>
 #include <random>
 
 namespace {
@@ -15,7 +14,8 @@ struct picture {
     picture(int width, int stride, int height, int bpp)
         : bytes(4096), shape{width, stride, height, bpp, bytes.data() + 1024}
     {
-        std::generate(bytes.begin(), bytes.end(), [] { return uint8_t(random_bits()); });
+        for (uint8_t &byte : bytes)
+            byte = uint8_t(random_bits());
     }
     uint8_t &at(int x, int y)
     {
@@ -40,20 +40,14 @@ std::string printed(action act)
     return testing::internal::GetCapturedStdout();
 }
 
-std::string out_of_range(int x, int y)
-{
-    return formatted("tavo: pixel_in_range> (%d, %d) pixel not in range (0..5, 0..3)\n", x, y);
-}
-
 TEST(pixel, blits)
 {
-    const uint8_t twice[] = {0x00, 0x03, 0x0C, 0x0F, 0x30, 0x33, 0x3C, 0x3F,
-                             0xC0, 0xC3, 0xCC, 0xCF, 0xF0, 0xF3, 0xFC, 0xFF};
+    const int twice[] = {0x00, 0x03, 0x0C, 0x0F, 0x30, 0x33, 0x3C, 0x3F,
+                         0xC0, 0xC3, 0xCC, 0xCF, 0xF0, 0xF3, 0xFC, 0xFF};
     const auto any = [](int limit) { return int(random_bits() % unsigned(limit)); };
     for (unsigned seed : {1u, std::random_device()()})
         for (int round = 0; round < 16 * 9 * 30; ++round) {
             random_bits.seed(seed + unsigned(round));
-            SCOPED_TRACE("seed " + std::to_string(seed) + ", round " + std::to_string(round));
             const int from = 1 << round % 4, to = 1 << round / 4 % 4, x = round / 16 % 9;
             const int width = any(22), height = any(6), y = any(3), wide = x + width + any(3);
             const int strides[] = {width, width + any(9), 20, 1};
@@ -71,7 +65,7 @@ TEST(pixel, blits)
             }
             const auto blit = [&] { translate_pixel(x, y, &source.shape, &target.shape); };
             EXPECT_EQ(printed(blit), messages);
-            EXPECT_TRUE(target.bytes == expected.bytes);
+            EXPECT_TRUE(target.bytes == expected.bytes) << "seed " << seed << ", round " << round;
         }
 }
 
@@ -80,23 +74,24 @@ TEST(pixel, edges)
     for (int i = 0; i < 4 * 9 * 8; ++i) {
         const int x = i / 4 % 9 - 2, y = i / 36 - 2;
         picture target(5, 20, 3, 1 << i % 4), expected = target, source(3, 3, 2, 1 << i % 4);
-        const surface *shape = &target.shape;
+        const surface *shape = &target.shape, *drawn = &source.shape;
         const bool corner = x >= 0 && x <= 5 && y >= 0 && y <= 3, inside = corner && x < 5 && y < 3;
-        const bool fits = corner && x <= 2 && y <= 1, far = x >= -3 && x <= 2 && y >= -2 && y <= 1;
+        const bool far = x >= -3 && x <= 2 && y >= -2 && y <= 1, fits = corner && far;
+        const char *text = "tavo: pixel_in_range> (%d, %d) pixel not in range (0..5, 0..3)\n";
+        const std::string message = formatted(text, x, y), pixel = inside ? "" : message;
         const int stored = inside ? expected.get(x, y) : 0;
-        const std::string message = out_of_range(x, y), pixel = inside ? "" : message;
         EXPECT_EQ(printed([&] { EXPECT_EQ(pixel_in_range(x, y, shape), corner); }),
                   corner ? "" : message);
         EXPECT_EQ(printed([&] { EXPECT_EQ(get_pixel(x, y, shape), stored); }), pixel);
         EXPECT_EQ(printed([&] { set_pixel(x, y, 0xA6, shape); }), pixel);
-        EXPECT_EQ(printed([&] { translate_pixel(x, y, &source.shape, shape); }),
+        EXPECT_EQ(printed([&] { translate_pixel(x, y, drawn, shape); }),
                   fits  ? ""
                   : far ? message
-                        : out_of_range(x + 3, y + 2));
-        for (int j = -1; j < 6; ++j)
-            if (j < 0 ? inside : fits)
-                expected.set(x + std::max(j, 0) % 3, y + j / 3,
-                             j < 0 ? 0xA6 : source.get(j % 3, j / 3));
+                        : formatted(text, x + 3, y + 2));
+        if (inside)
+            expected.set(x, y, 0xA6);
+        for (int j = 0; fits && j < 6; ++j)
+            expected.set(x + j % 3, y + j / 3, source.get(j % 3, j / 3));
         EXPECT_TRUE(target.bytes == expected.bytes) << x << ", " << y;
     }
 }
@@ -107,7 +102,6 @@ TEST(pixel, refusals)
     for (int bpp : {0, 3, 5, 6, 7, 16, 32, -1}) {
         const surface bad = {5, 8, 3, bpp, nullptr};
         const std::string message = formatted("tavo: bpp_supported> bpp = %d not supported\n", bpp);
-        EXPECT_EQ(printed([&] { EXPECT_EQ(bpp_supported(bpp), 0); }), message);
         EXPECT_EQ(printed([&] { EXPECT_EQ(get_pixel(0, 0, &bad), 0); }), message);
         EXPECT_EQ(printed([&] { translate_pixel(0, 0, &bad, &good.shape); }), message);
         EXPECT_EQ(printed([&] { translate_pixel(0, 0, &good.shape, &bad); }), message);
@@ -115,6 +109,5 @@ TEST(pixel, refusals)
     EXPECT_EQ(pixel_in_range(0, 0, nullptr), 0);
     translate_pixel(0, 0, nullptr, &good.shape);
     translate_pixel(0, 0, &good.shape, nullptr);
-    EXPECT_EQ(translate_gray(1, 0x5A), 0x5A);
 }
 } // namespace

@@ -29,22 +29,18 @@ const raw_image plain_overlay = {'o', 4, 3, 4, 6, 0, 0}, images[] = {
     {'b', 40, 600, 0, 24000, 0, INT32_MIN}, {'b', 40, 600, 0, 24000, INT32_MIN, 0},
     // nothing, and less than was announced
     {'b', 5, 0, 0, 15, 0, 0}, {'b', 0, 3, 0, 15, 0, 0}, {'b', 5, 3, 0, 0, 0, 0},
-    {'b', 40, 600, 0, 1003, 0, 0}, {'b', 40, 600, 0, 400, 0, 0}, {'b', 40, 600, 0, 13, -32, -2},
-    {'b', 758, 1024, 0, 500000, 0, 0},
+    {'b', 40, 600, 0, 1003, 0, 0}, {'b', 40, 600, 0, 13, -32, -2}, {'b', 758, 1024, 0, 500000, 0, 0},
     // whole screens
     {'b', 5, 3, 3, 15, 1, 1}, {'b', 759, 3, 0, 15, 1, 1}, {'b', 5, 1025, 0, 900000, 1, 1},
-    {'b', 1u << 31, 2, 0, 15, 0, 0}, {'b', UINT32_MAX, UINT32_MAX, UINT32_MAX, 15, 0, 0},
-    {'b', UINT32_MAX, 1, 0, 2000000, 5, 5},
+    {'b', 1u << 31, 2, 0, 15, 0, 0}, {'b', UINT32_MAX, 1, UINT32_MAX, 2000000, 5, 5},
     // overlays: inside, over the edges of the memory, far behind them
-    {'o', 4, 3, 0, 99, 10, 20}, {'o', 5, 3, 4, 99, -5, 1},
-    {'o', 9, 9, 1, 99, 0, 0}, {'o', 5, 9, 4, 99, 1, 0}, {'o', 40, 300, 4, 6000, 0, -300},
-    {'o', 758, 512, 4, 194048, 0, 900}, {'o', 758, 1024, 8, 776192, 0, 600},
-    {'o', 5, 3, 4, 9, INT32_MAX, INT32_MAX}, {'o', 5, 3, 4, 9, INT32_MIN, INT32_MIN},
+    {'o', 4, 3, 0, 99, 10, 20}, {'o', 5, 3, 4, 99, -5, 1}, {'o', 9, 9, 1, 99, 0, 0},
+    {'o', 5, 9, 4, 99, 1, 0}, {'o', 40, 300, 4, 6000, 0, -300}, {'o', 758, 512, 4, 194048, 0, 900},
+    {'o', 758, 1024, 8, 776192, 0, 600}, {'o', 5, 3, 4, 9, INT32_MAX, INT32_MAX},
+    {'o', 5, 3, 4, 9, INT32_MIN, INT32_MIN},
     // nothing, less than was announced, too much
     {'o', 0, 3, 4, 9, 0, 0}, {'o', 10, 9, 4, 0, 0, 0}, {'o', 5, 9, 4, 17, 0, 0},
-    {'o', 1, 1, UINT32_MAX, 9, 0, 0}, {'o', 759, 1, 4, 900, 0, 0}, {'o', 1, 1025, 4, 900, 0, 0},
-    {'o', 65535, 65535, 1, 0, 0, 0},
-};
+    {'o', 1, 1, UINT32_MAX, 9, 0, 0}, {'o', 759, 1, 4, 900, 0, 0}, {'o', 1, 1025, 4, 900, 0, 0}};
 // clang-format on
 
 /// Row by row if the header fits the screen, else as a dump.
@@ -81,26 +77,25 @@ TEST(raw, images)
 {
     for (const raw_image &image : images)
         for (const geometry &g : all_shapes()) {
-            const virtual_panel panel(g);
             const std::string file = image.file(g.bpp), option = {'-', image.option};
             const std::string x = formatted("-x%d", image.x), y = formatted("-y%d", image.y);
-            panel.write("in", file);
             const bool bitmap = image.option == 'b', piped = bitmap && g.height == 600;
+            const bool fits = image.width <= g.width && image.height <= g.height;
+            canvas drawn(g);
+            if (bitmap)
+                paint(drawn, image, file);
+            for (const auto &[left, top] : {std::pair(image.x, image.y), {0, 0}})
+                if (!bitmap && fits) // first by the options, then by the operand
+                    overlay(drawn, g, image, file, left, top);
+            const virtual_panel panel(g);
+            panel.write("in", file);
             const run_result got = piped ? panel.run_piped({option, "pipe", x, y}, {file})
                                          : panel.run({option, "in", x, y});
-            canvas drawn(g);
-            std::string out = "Bad image dimensions!\n<FULL 2 0>Bad image dimensions!\n<FULL 2 0>";
-            if (bitmap) {
-                paint(drawn, image, file);
-                out = "<PARTIAL 2 0>";
-            } else if (image.width <= g.width && image.height <= g.height) {
-                overlay(drawn, g, image, file, image.x, image.y);
-                overlay(drawn, g, image, file, 0, 0);
-                out = "<FULL 2 0><FULL 2 0>";
-            }
-            EXPECT_EQ(drawn.difference(got.memory), "") << "image " << &image - images;
-            EXPECT_EQ(std::to_string(got.status) + got.out + got.err, "0" + out);
-            EXPECT_LT(got.seconds, 5);
+            got.expect(bitmap ? "0<PARTIAL 2 0>"
+                       : fits
+                           ? "0<FULL 2 0><FULL 2 0>"
+                           : "0Bad image dimensions!\n<FULL 2 0>Bad image dimensions!\n<FULL 2 0>",
+                       drawn);
         }
 }
 
@@ -112,7 +107,7 @@ TEST(raw, messages)
                       none = "cannot open \"none\"\n";
     const struct {
         const char *arguments;
-        std::string content, out;
+        std::string content, told;
         const char *requests = "", *faults = "";
         std::vector<std::pair<int, int>> places = {};
     } rows[] = {
@@ -130,40 +125,19 @@ TEST(raw, messages)
         {"-o in", raw_image{'o', 3, 3, UINT32_MAX, 9, 0, 0}.file(8), "0" + memory + memory},
         {"-b none", "", "1" + none + "P", "again; 0,0 50x50 partial"},
         {"-b /proc/self/mem", "", "0" + head + "P", "again; 0,0 50x50 partial"},
-        {"-b in", "11 bytes...", "0" + head + "P", "again; 0,0 50x50 partial"},
-        // clang-format on
-    };
-    each_row(rows, [](const auto &row) {
+        {"-b in", "11 bytes...", "0" + head + "P", "again; 0,0 50x50 partial"}};
+    // clang-format on
+    for (const auto &row : rows) {
         const virtual_panel panel({50, 50, 52, 50, 8}, "second-size 40x30\n");
         panel.write("in", row.content);
-        const run_result got = panel.run(words(row.arguments), row.faults);
-        EXPECT_EQ(rewritten(std::to_string(got.status) + got.out,
-                            {{"tavo: \\w+_bitmap> ", ""}, {"<([FP])\\w+ 2 0>", "$1"}}),
-                  row.out);
-        EXPECT_EQ(rewritten(got.requests, {{"get-vscreeninfo", "again"}, {"update |wave=2 ", ""}}),
-                  row.requests);
+        run_result got = panel.run(words(row.arguments), row.faults);
+        got.out = rewritten(got.out, {{"tavo: \\w+_bitmap> ", ""}, {"<([FP])\\w+ 2 0>", "$1"}});
         canvas drawn(panel.shape);
         for (auto [x, y] : row.places)
             overlay(drawn, {40, 30, 40, 30, 8}, plain_overlay, row.content, x, y);
-        EXPECT_EQ(drawn.difference(got.memory), "");
-    });
-}
-
-TEST(raw, round_trips)
-{
-    const std::string noise = raw_image{'b', 0, 0, 0, 990000, 0, 0}.file(8).substr(12);
-    for (const geometry &g : all_shapes()) {
-        const virtual_panel panel(g);
-        panel.run({"-i", "-k", "dump"});
-        EXPECT_EQ(panel.run({"-b", "/dev/zero"}).memory.find_first_not_of('\0'),
-                  g.buffer() > g.screen() ? g.screen() : std::string::npos);
-        panel.write("in", "P5 900 1100 255\n" + noise);
-        const std::string shown = panel.run({"-c", "-g", "in"}).memory;
-        panel.run({"-t", "in", "decoded"});
-        if (g.screen() < 12)
-            continue; // too short for a header, and so for a dump
-        EXPECT_EQ(canvas(g).difference(panel.run({"-b", "dump"}).memory), "");
-        EXPECT_TRUE(panel.run({"-b", "decoded"}).memory == shown) << g.size() << ", " << g.bpp;
+        got.expect(row.told, drawn);
+        EXPECT_EQ(rewritten(got.requests, {{"get-vscreeninfo", "again"}, {"update |wave=2 ", ""}}),
+                  row.requests);
     }
 }
 } // namespace

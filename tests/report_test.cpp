@@ -78,13 +78,11 @@ TEST(report, devices)
              {"\nColor[^]*", access + "cmap\n"}}},
         // clang-format on
     };
-    each_row(rows, [](const auto &row) {
-        const virtual_panel panel(row.shape, row.settings);
-        const run_result got = panel.run(words(row.arguments), row.faults);
-        EXPECT_EQ(rewritten(got.out, {{"\n +([2-9a-f]|(?!ff)\\w\\w)( +\\w+){3}(?=\n)", ""}}),
-                  rewritten(report + colormap, row.changed));
-        EXPECT_EQ(std::to_string(got.status) + got.err, "0");
-        EXPECT_EQ(canvas(row.shape).difference(got.memory), "");
-    });
+    for (const auto &row : rows) {
+        run_result got =
+            virtual_panel(row.shape, row.settings).run(words(row.arguments), row.faults);
+        got.out = rewritten(got.out, {{"\n +([2-9a-f]|(?!ff)\\w\\w)( +\\w+){3}(?=\n)", ""}});
+        got.expect("0" + rewritten(report + colormap, row.changed), canvas(row.shape));
+    }
 }
 } // namespace

@@ -1,7 +1,6 @@
 // The built-in font, text cells and the scroll.
 #include "panel_run.h"
 
-#include <algorithm>
 #include <cstring>
 
 // A character, then its seven rows from the top, two hexadecimal digits each, leftmost pixel first.
@@ -57,7 +56,7 @@ bool canvas::text(int column, int row, const std::string &letters, bool highligh
 
 namespace {
 // clang-format off
-const struct { int column, row; const char *arguments; bool highlight = false; } cells[] = {
+const struct { int column, row; const char *text; bool highlight = false; } cells[] = {
     {0, 0, "ABCDEFGHIJKLMNOPQRSTUVWXYZ"}, {1, 2, "abcdefghijklmnopqrstuvwxyz"},
     {3, 5, "0123456789 \":._-*~/,()@&+?<>=|[]"}, {0, 40, "AZaz09 \":._-*~/,()@&+?<>=|[]", true},
     {0, 1, "a\tb\v\f\r\nc"}, {45, 41, "abcd"}, {1, 24, "xyz"}, {0, 42, "x"}, {-1, 0, "AB"},
@@ -72,38 +71,35 @@ const struct { const char *arguments; int start, count, bytes; } scrolls[] = {
 
 TEST(text, cells)
 {
-    each_row(cells, [](const auto &row) {
-        // Numbers below 0 need "--", which counts as an operand unless a word holds two letters.
-        std::vector<std::string> arguments = {"-vv", "--", std::to_string(row.column),
-                                              std::to_string(row.row), row.arguments};
-        if (row.highlight)
-            arguments.insert(arguments.begin(), "-h");
+    for (const auto &[column, row, text, highlight] : cells)
         for (const geometry &g : all_shapes()) {
-            const run_result got = virtual_panel(g).run(arguments);
+            // Numbers below 0 need "--", which counts as an operand unless a word has two letters.
+            std::vector<std::string> arguments = {"-vv", "--", std::to_string(column),
+                                                  std::to_string(row), text};
+            if (highlight)
+                arguments.insert(arguments.begin(), "-h");
             canvas drawn(g);
-            EXPECT_EQ(got.status, !drawn.text(row.column, row.row, row.arguments, row.highlight));
-            EXPECT_EQ(got.out, drawn.messages + "<PARTIAL 257 0>");
-            EXPECT_EQ(drawn.difference(got.memory), "");
+            const char *status = drawn.text(column, row, text, highlight) ? "0" : "1";
+            virtual_panel(g).run(arguments).expect(status + drawn.messages + "<PARTIAL 257 0>",
+                                                   drawn);
         }
-    });
 }
 
 TEST(text, scroll)
 {
-    each_row(scrolls, [](const auto &row) {
+    for (const auto &[arguments, start, count, width] : scrolls)
         for (const geometry &g : all_shapes()) {
-            const run_result got = virtual_panel(g).run(words(row.arguments));
+            const run_result got = virtual_panel(g).run(words(arguments));
             canvas drawn(g);
-            const size_t line = g.line(), bytes = row.bytes ? size_t(row.bytes) : line;
-            const bool fits = 20LL * row.start + 20LL * row.count <= g.height && bytes <= line;
-            for (int i = 0; fits && row.start >= 2 && i < 20 * row.count; ++i) {
-                const size_t from = line * size_t(20 * row.start + i);
+            const size_t line = g.line(), bytes = width ? size_t(width) : line;
+            const bool fits = 20LL * start + 20LL * count <= g.height && bytes <= line;
+            for (int i = 0; fits && start >= 2 && i < 20 * count; ++i) {
+                const size_t from = line * size_t(20 * start + i);
                 drawn.memory.replace(from - 20 * line, bytes, drawn.memory, from, bytes);
-                drawn.memory.replace(from, bytes, bytes, strstr(row.arguments, "-v") ? 0 : '\xFF');
+                drawn.memory.replace(from, bytes, bytes, strstr(arguments, "-v") ? 0 : '\xFF');
             }
-            EXPECT_EQ(drawn.difference(got.memory), "");
-            EXPECT_EQ(got.out.starts_with("tavo: scroll_lines> "), !fits && row.start >= 2);
+            got.expect("0" + got.out, drawn);
+            EXPECT_EQ(got.out.starts_with("tavo: scroll_lines> "), !fits && start >= 2);
         }
-    });
 }
 } // namespace

@@ -39,10 +39,10 @@ const struct { const char *arguments; int status; const char *err; } rows[] = {
 
 TEST(tool, command_line_of_the_panel)
 {
-    each_row(rows, [](const auto &row) {
-        const run_result got = virtual_panel(paper).shell(panel_command + row.arguments);
-        EXPECT_EQ(got.status, row.status);
-        EXPECT_NE(got.err.find(row.err), std::string::npos) << got.err;
-    });
+    for (const auto &[arguments, status, err] : rows) {
+        const run_result got = virtual_panel(paper).shell(panel_command + arguments);
+        EXPECT_EQ(got.status, status) << arguments;
+        EXPECT_NE(got.err.find(err), std::string::npos) << got.err;
+    }
 }
 } // namespace

@@ -39,9 +39,9 @@ void line(canvas &c, int x, int y, int x_end, int y_end)
 }
 
 const struct touch_row {
-    const char *arguments; // events; "|" ends a write, "#" fills half a block, "~" is half an event
-    const char *happens;   // segments, "R" release, "D" update, "/" new start screen, "!" exit
-    geometry shape = {};   // none: screens of 758 x 1024 at every depth
+    const char *events;  // "|" ends a write, "#" fills half a block, "~" is half an event
+    const char *happens; // segments, "R" release, "D" update, "/" new start screen, "!" exit
+    geometry shape = {}; // none: screens of 758 x 1024 at every depth
 } rows[] = {
     // clang-format off
     {"s0 x10 y20 | x30 y25 | z9 | x12 y5", "30 25 10 20, 12 5 30 25"},
@@ -75,7 +75,7 @@ const struct touch_row {
 void check(const touch_row &row, const geometry &g)
 {
     std::vector<std::string> writes(1);
-    for (const std::string &word : words(row.arguments))
+    for (const std::string &word : words(row.events))
         if (word == "|")
             writes.emplace_back();
         else if (word == "#")
@@ -99,32 +99,28 @@ void check(const touch_row &row, const geometry &g)
     }
     out += happened == "!" ? "<2>" : "yyy\n<2>";
     err += happened == "!" ? "" : "\nevtest: error reading: ";
-    const run_result got = virtual_panel(g).run_piped({"-j", "pipe"}, writes, "clear screen\n");
-    EXPECT_EQ(std::to_string(got.status) + rewritten(got.out, {{"PARTIAL (\\d+) 0", "$1"}}),
-              "0" + out);
-    EXPECT_EQ(rewritten(got.err, {{"(reading: ).+\n", "$1"}}), err);
-    EXPECT_EQ(drawn.difference(got.memory), "");
+    run_result got = virtual_panel(g).run_piped({"-j", "pipe"}, writes, "clear screen\n");
+    got.out = rewritten(got.out, {{"PARTIAL (\\d+) 0", "$1"}});
+    got.err = rewritten(got.err, {{"(reading: ).+\n", "$1"}});
+    got.expect("0" + out + err, drawn);
     const std::string update = "update 0,0 " + g.size() + " wave=(\\d+) partial(; )?";
     EXPECT_EQ(rewritten(got.requests, {{update, "<$1>"}, {"get-vscreeninfo; ", ""}}),
               rewritten(out, {{">[^<]+", ">"}}));
-    EXPECT_LT(got.seconds, 20);
 }
 
 TEST(touch, streams)
 {
-    each_row(rows, [](const touch_row &row) {
+    for (const touch_row &row : rows)
         for (const geometry &g : row.shape.width ? std::vector{row.shape} : all_shapes())
             if (g.width == 758 || row.shape.width)
                 check(row, g);
-    });
 }
 
 TEST(touch, devices_that_cannot_be_read)
 {
     const virtual_panel panel(paper);
     for (const char *path : {"none", " "})
-        EXPECT_EQ(canvas(paper).difference(panel.run({"-j", path}).memory), "");
-    EXPECT_EQ(panel.run({"-j", "none"}).out + panel.run({"-j", "none"}).err, "<PARTIAL 2 0>");
+        panel.run({"-j", path}).expect("0<PARTIAL 2 0>", canvas(paper));
     EXPECT_EQ(panel.run({"-j", "."}).err, "\nevtest: error reading: Is a directory\n");
 }
 
@@ -144,6 +140,5 @@ TEST(touch, hostile_events)
     const run_result got = panel.run({"-j", "in"});
     EXPECT_TRUE(got.out.ends_with("yyy\n<PARTIAL 2 0>"));
     EXPECT_TRUE(got.err.ends_with("\nevtest: error reading: Success\n"));
-    EXPECT_LT(got.seconds, 20);
 }
 } // namespace
