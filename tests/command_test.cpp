@@ -1,8 +1,11 @@
-// The command line, the device and the update requests, each row one call of the tool.
+// The command line, the device and the update requests; the report; and whatever the platform
+// refuses.
 #include "panel_run.h"
 
 #include <regex>
 #include <sstream>
+
+using namespace std::string_literals;
 
 namespace {
 struct run_row {
@@ -96,8 +99,8 @@ TEST(command, rows)
         EXPECT_EQ(got.requests, requests) << row.arguments;
         std::string trace; // a line for each update, however often it was sent
         if (std::smatch m; regex_search(requests, m, std::regex("wave=(\\d+) (.)\\S+(.*=1 )?")))
-            trace =
-                formatted("<%s %d %d>", m[2] == "f" ? "FULL" : "PARTIAL", stoi(m[1]), m[3].matched);
+            trace = (m[2] == "f" ? "<FULL " : "<PARTIAL ") + m[1].str() +
+                    (m[3].matched ? " 1>" : " 0>");
         EXPECT_NE(got.out.find(trace), std::string::npos) << got.out;
         got.out = rewritten(got.out, {{trace, ""}});
         canvas drawn(paper);
@@ -112,13 +115,12 @@ TEST(command, rows)
 TEST(command, usage)
 {
     const virtual_panel panel(paper);
-    const run_result got = panel.run({});
+    const std::string text = panel.run({}).out;
+    EXPECT_EQ(panel.run({}).status, 1);
     EXPECT_EQ(panel.read("state/log"), "");
-    EXPECT_EQ(std::count(got.out.begin(), got.out.end(), '\n'), 21);
-    EXPECT_TRUE(
-        got.out.starts_with(" For complete usage and examples, search tavo in wiki page.\n"));
-    EXPECT_TRUE(got.out.ends_with("with current fb content: tavo -s w=758,h=1024 -f\n"));
-    EXPECT_EQ(got.status, 1);
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 21);
+    EXPECT_TRUE(text.starts_with(" For complete usage and examples, search tavo in wiki page.\n"));
+    EXPECT_TRUE(text.ends_with("with current fb content: tavo -s w=758,h=1024 -f\n"));
 }
 
 TEST(command, waveform_names)
@@ -168,19 +170,156 @@ TEST(command, any_arguments_end_well)
     std::vector<std::vector<std::string>> vectors = {std::vector<std::string>(1000, "word"),
                                                      std::vector<std::string>(1000, "-v")};
     std::istringstream lines(
-        "'' ''\n-\n-x ''\n-x 99999999999999999999 -y -99999999999 -s ''\n-k ''\n"
-        "-o\n-oh\n-mf\n-b ''\n-g ''\n-j ' '\n-a ''\n-a 99999999999\n-tf -o\n"
-        "-d l=FFFFFFFFFFFFFFFFF,w=99999999999,h=99999999999\n-z 2 107374182\n"
-        "-vv -- 134217728 89478486 A\n-vv -- -2147483648 -2147483648 A\n"
-        "2147483647 2147483647 AB\n-zf -- 2 -2147483648 -1");
-    for (std::string line; std::getline(lines, line);)
+        "'' ''|-|-x ''|-x 99999999999999999999 -y -99999999999 -s ''|-k ''|-o|-oh|-mf|-b ''|-g ''|"
+        "-j ' '|-a ''|-a 99999999999|-tf -o|-d l=FFFFFFFFFFFFFFFFF,w=99999999999,h=99999999999|"
+        "-z 2 107374182|-vv -- 134217728 89478486 A|-vv -- -2147483648 -2147483648 A|"
+        "2147483647 2147483647 AB|-zf -- 2 -2147483648 -1");
+    for (std::string line; std::getline(lines, line, '|');)
         vectors.push_back(words(line));
     for (const char letter : std::string("hksdwxrjogb"))
         vectors.push_back({{'-', letter}, std::string(10000, 'w')});
     for (const auto &arguments : vectors) {
         const run_result got = virtual_panel({40, 60, 48, 60, 8}).run(arguments);
         EXPECT_TRUE(got.status <= 1 && got.err.find("Sanitizer") == std::string::npos)
-            << testing::PrintToString(arguments).substr(0, 200) << got.status << got.err;
+            << got.command << got.status << got.err;
     }
+}
+
+const std::string report = R"(
+Fixed framebuffer info
+    id:              epd-virtual    smem_start:       0x80000000
+    smem_len:             776192    type:          PACKED_PIXELS
+    type_aux:                  0    visual:          PSEUDOCOLOR
+    xpanstep:                  0    ypanstep:                  1
+    ywrapstep:                 0    line_length:             758
+    mmio_start:       0x00000000    mmio_len:                  0
+    accel:                     0
+
+Variable framebuffer info
+    xres:                    758    yres:                   1024
+    xres_virtual:            758    yres_virtual:           1024
+    xoffset:                   0    yoffset:                   0
+    bits_per_pixel:            8    grayscale:                 1
+    red.offset:                0    green.offset:              0
+    red.length:                8    green.length:              8
+    red.msb_right:             0    green.msb_right:           0
+    blue.offset:               0    transp.offset:             0
+    blue.length:               8    transp.length:             0
+    blue.msb_right:            0    transp.msb_right:          0
+    nonstd:                    0    activate:                  0
+    width:                   122    height:                  165
+    accel_flags:               0    pixclock:              28000
+    left_margin:              16    right_margin:             16
+    upper_margin:             16    lower_margin:             16
+    hsync_len:                 4    vsync_len:                 4
+    sync:                      0    vmode:                     0
+    rotate:                    0
+DPI: 157.813115 157.633939 157
+waveform type = 8
+material type = 1
+temperature = 25 (C)
+)";
+const std::string colormap = R"(
+Color map
+    start:                     0    len:                       2
+    n       red     green      blue
+    0         0         0         0
+    1      ffff      ffff      ffff
+)";
+
+TEST(report, devices)
+{
+    const std::string access = "tavo: print_fb_info> cannot access ";
+    const struct {
+        const char *arguments, *settings, *faults;
+        geometry shape;
+        std::vector<std::pair<std::string, std::string>> changed; // against the texts above
+    } reports[] = {
+        // clang-format off
+        {"-i", "", "", paper, {{"\nColor[^]*", ""}}},
+        {"-i a b", "", "get-fscreeninfo get-vscreeninfo:2 get-material-type", paper,
+            {{"\nFixed[^]*accel: +0\n", access + "fixed framebuffer info\n"},
+             {"\nVariable[^]*DPI.*\n", access + "variable framebuffer info\n"},
+             {"material type = 1", "cannot get material type err=-1"}, {"\nColor[^]*", ""}}},
+        {"-i x", "", "", paper,
+            {{"  2\n", "256\n"},
+             {"1  .*", "1       101       101       101\n   ff      ffff      ffff      ffff"}}},
+        {"-i x", "id 0123456789abcdef\ntype 9\nvisual 12\nmm 0x4294967295\ntemperature -5\n"
+            "waveform-type 4294967295\n", "", {600, 800, 608, 1600, 1},
+            {{"     epd-virtual", "0123456789abcdef"}, {"776192", "121600"},
+             {"PACKED_PIXELS", "            9"}, {"PSEUDOCOLOR", "         12"},
+             {"(line_length: +)758", "$01 76"}, {"(xres: +)758", "$01600"},
+             {"(yres: +)1024", "$01 800"}, {"(xres_virtual: +)758", "$01608"},
+             {"(yres_virtual: +)1024", "$011600"},
+             {"(pixel|length)(:           +)8", "$1$021"}, {"122", "  0"}, {"165", " -1"},
+             {"DPI.*", "DPI: inf 0.000005 0"}, {"form type = 8", "form type = -1"}, {"25", "-5"}}},
+        {"-i x", "mm 0x0\ntype 5\nvisual 6\n",
+            "get-waveform-type get-material-type get-temperature get-cmap", paper,
+            {{"PACKED_PIXELS", "            5"}, {"PSEUDOCOLOR", "          6"}, {"122", "  0"},
+             {"165", "  0"}, {"DPI.*", "DPI: inf inf 0"},
+             {"(waveform type|material type|temperature) = .*", "cannot get $1 err=-1"},
+             {"\nColor[^]*", access + "cmap\n"}}},
+        // clang-format on
+    };
+    for (const auto &row : reports) {
+        run_result got =
+            virtual_panel(row.shape, row.settings).run(words(row.arguments), row.faults);
+        got.out = rewritten(got.out, {{"\n +([2-9a-f]|(?!ff)\\w\\w)( +\\w+){3}(?=\n)", ""}});
+        got.expect("0" + rewritten(report + colormap, row.changed), canvas(row.shape));
+    }
+}
+
+/// Commands that between them make every call that the tool makes, and those calls.
+const std::string commands[] = {
+    "3 5 hello",   "-c -f",        "-n -c",        "-k wb.raw",    "-i -k fb.raw",         "-i x",
+    "-b dump.raw", "-b image.raw", "-o image.raw", "-g image.pgm", "-t image.pgm out.raw", "-j in"};
+const std::vector<std::string> calls = words(
+    "open get-vscreeninfo get-fscreeninfo get-cmap map update wait get-hold set-hold release-hold "
+    "get-work-buffer get-waveform-type get-material-type get-temperature read write short-read "
+    "short-write eintr-read eintr-write calloc aligned_alloc");
+
+struct faulty_panel : virtual_panel {
+    faulty_panel() : virtual_panel({64, 300, 64, 300, 8})
+    {
+        write("dump.raw", std::string(shape.screen(), '\x5A'));
+        write("image.raw", "\x10\0\0\0\x10\0\0\0\x8\0\0\0"s + std::string(256, '\x77'));
+        write("image.pgm", "P5 8 8 255\n" + std::string(64, '\x40'));
+    }
+};
+
+/// Whatever fails, the tool ends by itself, tells the truth and closes up.
+TEST(faults, each_call_once)
+{
+    const std::regex dumped("(\\d+) byte (?:@ADDRESS to|to file) (.+)\n");
+    for (const std::string &command : commands)
+        for (const std::string &call : calls)
+            for (const std::string n : {":1", ":2", ":3"}) {
+                SCOPED_TRACE(command + " with " + call + n);
+                const faulty_panel panel;
+                const run_result got = panel.run(words(command), call + n);
+                EXPECT_TRUE(got.status == 0 || got.status == 1) << got.status << got.err;
+                EXPECT_EQ(got.err.find("Sanitizer"), std::string::npos) << got.err;
+                EXPECT_NE(got.requests.find("open -> -1") == std::string::npos,
+                          got.requests.find("not closed") != std::string::npos);
+                if (std::smatch dump; std::regex_search(got.out, dump, dumped)) {
+                    EXPECT_EQ(dump[1], std::to_string(panel.read(dump[2]).size()));
+                }
+                const bool told = got.status == 1 || command[1] != 't' ||
+                                  got.out.find("open_device> cannot") != std::string::npos;
+                EXPECT_TRUE(told || panel.read("out.raw").size() == panel.shape.screen());
+            }
+}
+
+TEST(faults, interrupted_and_short_reads_are_finished)
+{
+    for (const char *command : {"-b dump.raw", "-b image.raw", "-o image.raw", "-g image.pgm"})
+        for (const char *fault :
+             {"short-read:1-3", "eintr-read:1-2", "short-read:2 eintr-read:1"}) {
+            SCOPED_TRACE(command + " with "s + fault);
+            const run_result got = faulty_panel().run(words(command), fault);
+            const run_result wanted = faulty_panel().run(words(command));
+            EXPECT_EQ(got.out, wanted.out);
+            EXPECT_TRUE(got.memory == wanted.memory);
+        }
 }
 } // namespace

@@ -106,12 +106,9 @@ run_result virtual_panel::shell(const std::string &line) const
     // clang-format on
     const std::string err = rewritten(read("err"), {{"(^|\n)\\S*/tavo:", "$1tavo:"}});
     // The shell became the tool: what ends the tool is what is seen here.
-    return {out,
-            err,
-            requests,
-            read("state/memory"),
-            WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status),
-            shape.size() + " " + line.substr(line.find("FAIL") + 1, 500)};
+    const std::string call = shape.size() + " " + line.substr(line.find("FAIL") + 1, 500);
+    const int ended = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    return {out, err, requests, read("state/memory"), ended, call};
 }
 
 run_result virtual_panel::run(const std::vector<std::string> &arguments,

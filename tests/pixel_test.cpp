@@ -17,19 +17,21 @@ struct picture {
         for (uint8_t &byte : bytes)
             byte = uint8_t(random_bits());
     }
-    uint8_t &at(int x, int y)
+    /// The byte of a pixel, and how far it has to be shifted for the pixel to lie lowest.
+    std::pair<uint8_t &, int> place(int x, int y)
     {
-        return bytes[size_t(1024 + y * (shape.stride * shape.bpp / 8) + x * shape.bpp / 8)];
+        const int at = 1024 + y * (shape.stride * shape.bpp / 8) + x * shape.bpp / 8;
+        return {bytes[size_t(at)], 8 - shape.bpp - x * shape.bpp % 8};
     }
-    int shift(int x) const { return 8 - shape.bpp - x * shape.bpp % 8; }
-    int mask() const { return (1 << shape.bpp) - 1; }
-    int get(int x, int y) { return at(x, y) >> shift(x) & mask(); }
+    int get(int x, int y) { return place(x, y).first >> place(x, y).second & mask; }
     void set(int x, int y, int ink)
     {
-        at(x, y) = uint8_t((at(x, y) & ~(mask() << shift(x))) | (~ink & mask()) << shift(x));
+        const auto [byte, shift] = place(x, y);
+        byte = uint8_t((byte & ~(mask << shift)) | (~ink & mask) << shift);
     }
     std::vector<uint8_t> bytes;
     surface shape;
+    int mask = (1 << shape.bpp) - 1;
 };
 
 template <class action>
@@ -71,23 +73,21 @@ TEST(pixel, blits)
 
 TEST(pixel, edges)
 {
+    const char *text = "tavo: pixel_in_range> (%d, %d) pixel not in range (0..5, 0..3)\n";
     for (int i = 0; i < 4 * 9 * 8; ++i) {
         const int x = i / 4 % 9 - 2, y = i / 36 - 2;
         picture target(5, 20, 3, 1 << i % 4), expected = target, source(3, 3, 2, 1 << i % 4);
-        const surface *shape = &target.shape, *drawn = &source.shape;
+        const surface *to = &target.shape, *from = &source.shape;
         const bool corner = x >= 0 && x <= 5 && y >= 0 && y <= 3, inside = corner && x < 5 && y < 3;
-        const bool far = x >= -3 && x <= 2 && y >= -2 && y <= 1, fits = corner && far;
-        const char *text = "tavo: pixel_in_range> (%d, %d) pixel not in range (0..5, 0..3)\n";
-        const std::string message = formatted(text, x, y), pixel = inside ? "" : message;
+        const bool near = x >= -3 && x <= 2 && y >= -2 && y <= 1, fits = corner && near;
+        const std::string here = formatted(text, x, y), end = formatted(text, x + 3, y + 2);
         const int stored = inside ? expected.get(x, y) : 0;
-        EXPECT_EQ(printed([&] { EXPECT_EQ(pixel_in_range(x, y, shape), corner); }),
-                  corner ? "" : message);
-        EXPECT_EQ(printed([&] { EXPECT_EQ(get_pixel(x, y, shape), stored); }), pixel);
-        EXPECT_EQ(printed([&] { set_pixel(x, y, 0xA6, shape); }), pixel);
-        EXPECT_EQ(printed([&] { translate_pixel(x, y, drawn, shape); }),
-                  fits  ? ""
-                  : far ? message
-                        : formatted(text, x + 3, y + 2));
+        const auto ask = [&] { EXPECT_EQ(pixel_in_range(x, y, to), corner); };
+        EXPECT_EQ(printed(ask), corner ? "" : here);
+        EXPECT_EQ(printed([&] { EXPECT_EQ(get_pixel(x, y, to), stored); }), inside ? "" : here);
+        EXPECT_EQ(printed([&] { set_pixel(x, y, 0xA6, to); }), inside ? "" : here);
+        const std::string told = printed([&] { translate_pixel(x, y, from, to); });
+        EXPECT_EQ(told, fits ? "" : near ? here : end);
         if (inside)
             expected.set(x, y, 0xA6);
         for (int j = 0; fits && j < 6; ++j)
@@ -98,16 +98,16 @@ TEST(pixel, edges)
 
 TEST(pixel, refusals)
 {
-    const picture good(5, 8, 3, 8);
+    const surface good = picture(5, 8, 3, 8).shape;
     for (int bpp : {0, 3, 5, 6, 7, 16, 32, -1}) {
         const surface bad = {5, 8, 3, bpp, nullptr};
         const std::string message = formatted("tavo: bpp_supported> bpp = %d not supported\n", bpp);
         EXPECT_EQ(printed([&] { EXPECT_EQ(get_pixel(0, 0, &bad), 0); }), message);
-        EXPECT_EQ(printed([&] { translate_pixel(0, 0, &bad, &good.shape); }), message);
-        EXPECT_EQ(printed([&] { translate_pixel(0, 0, &good.shape, &bad); }), message);
+        EXPECT_EQ(printed([&] { translate_pixel(0, 0, &bad, &good); }), message);
+        EXPECT_EQ(printed([&] { translate_pixel(0, 0, &good, &bad); }), message);
     }
     EXPECT_EQ(pixel_in_range(0, 0, nullptr), 0);
-    translate_pixel(0, 0, nullptr, &good.shape);
-    translate_pixel(0, 0, &good.shape, nullptr);
+    translate_pixel(0, 0, nullptr, &good);
+    translate_pixel(0, 0, &good, nullptr);
 }
 } // namespace
