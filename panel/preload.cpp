@@ -1,5 +1,13 @@
 // The libc calls through which a program reaches the panel. What is not about /dev/fb0 goes on to
 // the real function with errno as it was; nothing happens before the first call.
+//
+// Faults of libc itself are for programs that must survive a full disk, a lost file and short
+// memory. One is named like its function, or short-read, short-write (half of what was asked for,
+// at least one byte) and eintr-read, eintr-write (a signal came first; the call after that works).
+// Standard input, output and error are left alone. What libc calls on its own behalf, such as the
+// malloc for a stream's buffer, counts too; its reads and writes do not. A program with an
+// allocator of its own, such as one that has a sanitizer linked in statically, is not short of
+// memory.
 
 // Each of these renames or inlines functions that are defined here under their own names.
 #undef _FORTIFY_SOURCE
@@ -7,23 +15,38 @@
 #undef _TIME_BITS
 
 #include "driver.h"
-#include "libc.h"
 #include "log.h"
 
 #include <cerrno>
 #include <climits>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+// Marks a function that stands before the one of the same name in libc.
+#define ENTRY extern "C" [[gnu::visibility("default")]]
+
 namespace {
 
-using stream_opener = FILE *(const char *path, const char *mode);
+// The function behind ours: libc's, or that of a sanitizer.
+template <typename function>
+function *next(const char *name)
+{
+    return reinterpret_cast<function *>(dlsym(RTLD_NEXT, name));
+}
+
+// Calls before this process has opened the device are neither counted nor failed.
+bool libc_call_fails(const char *name)
+{
+    return device_opened() && fails(name);
+}
 
 bool is_device_path(const char *path)
 {
@@ -51,7 +74,7 @@ int open_at(int directory, const char *path, int flags, mode_t mode)
 {
     if (is_device_path(path))
         return open_device(flags);
-    static const auto real = next<int(int, const char *, int, ...)>("openat");
+    static const auto real = next<decltype(openat)>("openat");
     return real(directory, path, flags, mode);
 }
 
@@ -61,127 +84,111 @@ mode_t mode_argument(int flags, va_list arguments)
     return given ? va_arg(arguments, mode_t) : 0;
 }
 
-int answer_or_pass(const char *symbol, int fd, unsigned long number, void *argument)
-{
-    if (is_device(fd))
-        return answer_request(uint32_t(number), argument);
-    const auto real = next<int(int, unsigned long, ...)>(symbol);
-    return real(fd, number, argument);
-}
-
 // As fopen(3) reads its mode, except that a device is not cut off by "w" and not appended to.
-FILE *open_stream(stream_opener *real, const char *path, const char *mode)
+FILE *open_stream(const char *symbol, const char *path, const char *mode)
 {
     if (libc_call_fails("fopen"))
         return errno = EIO, nullptr;
     if (!is_device_path(path))
-        return real(path, mode);
+        return next<decltype(fopen)>(symbol)(path, mode);
     const bool reads = *mode == 'r', both = strchr(mode, '+');
-    const int flags = (both    ? O_RDWR
-                       : reads ? O_RDONLY
-                               : O_WRONLY) |
-                      (strchr(mode, 'e') ? O_CLOEXEC : 0);
-    const int fd = open_device(flags);
+    const int access = both ? O_RDWR : reads ? O_RDONLY : O_WRONLY;
+    const int fd = open_device(access | (strchr(mode, 'e') ? O_CLOEXEC : 0));
     FILE *stream = fd < 0 ? nullptr : fdopen(fd, both ? "r+" : reads ? "r" : "w");
     if (fd >= 0 && !stream)
         close(fd);
     return stream;
 }
 
+struct transfer_faults {
+    const char *name, *cut, *interrupt; // a stream is not interrupted
+    bool interrupted;                   // the last call was, so this one is not
+};
+transfer_faults reading = {"read", "short-read", "eintr-read", false};
+transfer_faults writing = {"write", "short-write", "eintr-write", false};
+transfer_faults stream_reading = {"fread", "short-read", nullptr, false};
+transfer_faults stream_writing = {"fwrite", "short-write", nullptr, false};
+
+// Whether a transfer may go on, of `size` bytes or elements or of what is left of them; otherwise
+// errno says why not. A single one is never cut.
+bool may_transfer(bool standard, transfer_faults &faults, size_t &size)
+{
+    if (standard)
+        return true;
+    if (libc_call_fails(faults.name))
+        return errno = EIO, false;
+    faults.interrupted =
+        faults.interrupt && !faults.interrupted && libc_call_fails(faults.interrupt);
+    if (faults.interrupted)
+        return errno = EINTR, false;
+    if (size > 1 && libc_call_fails(faults.cut))
+        size /= 2;
+    return true;
+}
+
+bool is_standard(int fd)
+{
+    return fd <= STDERR_FILENO;
+}
+
+bool is_standard(FILE *stream)
+{
+    return stream == stdin || stream == stdout || stream == stderr;
+}
+
 } // namespace
 
-ENTRY int open(const char *path, int flags, ...)
-{
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = mode_argument(flags, arguments);
-    va_end(arguments);
-    return open_at(AT_FDCWD, path, flags, mode);
-}
+// A member of the open family, and the form of it that programs built with _FORTIFY_SOURCE call.
+// What comes before the path is the last argument.
+#define OPEN_ENTRIES(name, fortified_name, directory, more_flags, ...)                             \
+    ENTRY int name(__VA_ARGS__ const char *path, int flags, ...)                                   \
+    {                                                                                              \
+        va_list arguments;                                                                         \
+        va_start(arguments, flags);                                                                \
+        const mode_t mode = mode_argument(flags, arguments);                                       \
+        va_end(arguments);                                                                         \
+        return open_at(directory, path, flags | (more_flags), mode);                               \
+    }                                                                                              \
+    ENTRY int fortified_name(__VA_ARGS__ const char *path, int flags)                              \
+    {                                                                                              \
+        return open_at(directory, path, flags | (more_flags), 0);                                  \
+    }
 
-ENTRY int open64(const char *path, int flags, ...)
-{
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = mode_argument(flags, arguments);
-    va_end(arguments);
-    return open_at(AT_FDCWD, path, flags | O_LARGEFILE, mode);
-}
-
-ENTRY int openat(int directory, const char *path, int flags, ...)
-{
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = mode_argument(flags, arguments);
-    va_end(arguments);
-    return open_at(directory, path, flags, mode);
-}
-
-ENTRY int openat64(int directory, const char *path, int flags, ...)
-{
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = mode_argument(flags, arguments);
-    va_end(arguments);
-    return open_at(directory, path, flags | O_LARGEFILE, mode);
-}
-
-// The forms that programs built with _FORTIFY_SOURCE call.
-ENTRY int __open_2(const char *path, int flags)
-{
-    return open_at(AT_FDCWD, path, flags, 0);
-}
-
-ENTRY int __open64_2(const char *path, int flags)
-{
-    return open_at(AT_FDCWD, path, flags | O_LARGEFILE, 0);
-}
-
-ENTRY int __openat_2(int directory, const char *path, int flags)
-{
-    return open_at(directory, path, flags, 0);
-}
-
-ENTRY int __openat64_2(int directory, const char *path, int flags)
-{
-    return open_at(directory, path, flags | O_LARGEFILE, 0);
-}
+OPEN_ENTRIES(open, __open_2, AT_FDCWD, 0)
+OPEN_ENTRIES(open64, __open64_2, AT_FDCWD, O_LARGEFILE)
+#define DIRECTORY_PARAMETER int directory,
+OPEN_ENTRIES(openat, __openat_2, directory, 0, DIRECTORY_PARAMETER)
+OPEN_ENTRIES(openat64, __openat64_2, directory, O_LARGEFILE, DIRECTORY_PARAMETER)
 
 ENTRY FILE *fopen(const char *path, const char *mode)
 {
-    static const auto real = next<stream_opener>("fopen");
-    return open_stream(real, path, mode);
+    return open_stream("fopen", path, mode);
 }
 
 ENTRY FILE *fopen64(const char *path, const char *mode)
 {
-    static const auto real = next<stream_opener>("fopen64");
-    return open_stream(real, path, mode);
+    return open_stream("fopen64", path, mode);
 }
 
-ENTRY int ioctl(int fd, unsigned long number, ...) noexcept
-{
-    va_list arguments;
-    va_start(arguments, number);
-    void *argument = va_arg(arguments, void *);
-    va_end(arguments);
-    return answer_or_pass("ioctl", fd, number, argument);
-}
+#define IOCTL_ENTRY(name)                                                                          \
+    ENTRY int name(int fd, unsigned long number, ...) noexcept                                     \
+    {                                                                                              \
+        va_list arguments;                                                                         \
+        va_start(arguments, number);                                                               \
+        void *argument = va_arg(arguments, void *);                                                \
+        va_end(arguments);                                                                         \
+        static const auto real = next<decltype(name)>(#name);                                      \
+        return is_device(fd) ? answer_request(uint32_t(number), argument)                          \
+                             : real(fd, number, argument);                                         \
+    }
 
-// What ioctl is called in 32-bit programs built for 64-bit time.
-ENTRY int __ioctl_time64(int fd, unsigned long number, ...) noexcept
-{
-    va_list arguments;
-    va_start(arguments, number);
-    void *argument = va_arg(arguments, void *);
-    va_end(arguments);
-    return answer_or_pass("__ioctl_time64", fd, number, argument);
-}
+IOCTL_ENTRY(ioctl)
+IOCTL_ENTRY(__ioctl_time64) // what ioctl is called in 32-bit programs built for 64-bit time
 
 ENTRY void *mmap64(void *hint, size_t length, int protection, int flags, int fd,
                    off64_t offset) noexcept
 {
-    static const auto real = next<void *(void *, size_t, int, int, int, off64_t)>("mmap64");
+    static const auto real = next<decltype(mmap64)>("mmap64");
     if ((flags & MAP_ANONYMOUS) || !is_device(fd))
         return real(hint, length, protection, flags, fd, offset);
 
@@ -207,7 +214,7 @@ ENTRY void *mmap(void *hint, size_t length, int protection, int flags, int fd,
 
 ENTRY int usleep(useconds_t microseconds)
 {
-    static const auto real = next<int(useconds_t)>("usleep");
+    static const auto real = next<decltype(usleep)>("usleep");
     if (!state_folder())
         return real(microseconds);
     log_line("sleep %u", microseconds);
@@ -216,10 +223,69 @@ ENTRY int usleep(useconds_t microseconds)
 
 ENTRY int close(int fd)
 {
-    static const auto real = next<int(int)>("close");
-    if (!is_device(fd))
-        return real(fd);
+    static const auto real = next<decltype(close)>("close");
+    const bool device = is_device(fd);
     const int result = real(fd);
-    log_line("close -> %d", result);
+    if (device)
+        log_line("close -> %d", result);
     return result;
 }
+
+ENTRY ssize_t read(int fd, void *bytes, size_t size)
+{
+    static const auto real = next<decltype(read)>("read");
+    return may_transfer(is_standard(fd), reading, size) ? real(fd, bytes, size) : -1;
+}
+
+ENTRY ssize_t __read_chk(int fd, void *bytes, size_t size, size_t room)
+{
+    static const auto real = next<decltype(__read_chk)>("__read_chk");
+    return may_transfer(is_standard(fd), reading, size) ? real(fd, bytes, size, room) : -1;
+}
+
+ENTRY ssize_t write(int fd, const void *bytes, size_t size)
+{
+    static const auto real = next<decltype(write)>("write");
+    return may_transfer(is_standard(fd), writing, size) ? real(fd, bytes, size) : -1;
+}
+
+ENTRY size_t fread(void *bytes, size_t size, size_t count, FILE *stream)
+{
+    static const auto real = next<decltype(fread)>("fread");
+    const bool allowed = may_transfer(is_standard(stream), stream_reading, count);
+    return allowed ? real(bytes, size, count, stream) : 0;
+}
+
+ENTRY size_t __fread_chk(void *bytes, size_t room, size_t size, size_t count, FILE *stream)
+{
+    static const auto real = next<decltype(__fread_chk)>("__fread_chk");
+    const bool allowed = may_transfer(is_standard(stream), stream_reading, count);
+    return allowed ? real(bytes, room, size, count, stream) : 0;
+}
+
+ENTRY size_t fwrite(const void *bytes, size_t size, size_t count, FILE *stream)
+{
+    static const auto real = next<decltype(fwrite)>("fwrite");
+    const bool allowed = may_transfer(is_standard(stream), stream_writing, count);
+    return allowed ? real(bytes, size, count, stream) : 0;
+}
+
+ENTRY int fclose(FILE *stream)
+{
+    static const auto real = next<decltype(fclose)>("fclose");
+    const bool failed = !is_standard(stream) && libc_call_fails("fclose");
+    const int result = real(stream);
+    return failed ? (errno = EIO, EOF) : result;
+}
+
+#define ALLOCATION_ENTRY(name, parameters, arguments)                                              \
+    ENTRY void *name parameters noexcept                                                           \
+    {                                                                                              \
+        static const auto real = next<decltype(name)>(#name);                                      \
+        return libc_call_fails(#name) ? (errno = ENOMEM, nullptr) : real arguments;                \
+    }
+
+ALLOCATION_ENTRY(malloc, (size_t size), (size))
+ALLOCATION_ENTRY(calloc, (size_t count, size_t size), (count, size))
+ALLOCATION_ENTRY(realloc, (void *block, size_t size), (block, size))
+ALLOCATION_ENTRY(aligned_alloc, (size_t alignment, size_t size), (alignment, size))
