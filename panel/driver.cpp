@@ -1,6 +1,5 @@
 #include "driver.h"
 
-#include "glass.h"
 #include "log.h"
 #include "state.h"
 
@@ -9,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <iterator>
 #include <linux/fb.h>
 #include <unistd.h>
 
@@ -18,9 +18,7 @@ panel_settings current;
 bool settings_read;
 bool opened;
 
-struct field_text {
-    char text[160] = "";
-};
+using field_text = char[160];
 
 // The driver's update record, 32-bit words in the processor's order: top before left.
 struct update_record {
@@ -46,42 +44,29 @@ int store(void *address, const record &value)
     return 0;
 }
 
-uint32_t hold_word()
-{
-    const state_file file(state_folder(), "hold", O_RDONLY);
-    char digit = '0';
-    return file.fd >= 0 && file.read(&digit, 1) == 1 && digit == '1';
-}
-
-int write_hold_word(const char *line)
-{
-    const state_file file(state_folder(), "hold", O_WRONLY | O_CREAT | O_TRUNC);
-    return file.fd >= 0 && file.write(line, 2) == 2 ? 0 : EIO;
-}
-
 // What follows the name in the log, one function a kind of argument.
 
 void no_fields(void *, field_text &) {}
 
 void value_field(void *argument, field_text &fields)
 {
-    snprintf(fields.text, sizeof fields.text, " %ld", long(reinterpret_cast<intptr_t>(argument)));
+    snprintf(fields, sizeof fields, " %ld", long(reinterpret_cast<intptr_t>(argument)));
 }
 
 void word_field(void *argument, field_text &fields)
 {
-    snprintf(fields.text, sizeof fields.text, " %u", fetch<uint32_t>(argument));
+    snprintf(fields, sizeof fields, " %u", fetch<uint32_t>(argument));
 }
 
 void marker_field(void *argument, field_text &fields)
 {
-    snprintf(fields.text, sizeof fields.text, " marker=%u", fetch<uint32_t>(argument));
+    snprintf(fields, sizeof fields, " marker=%u", fetch<uint32_t>(argument));
 }
 
 void cmap_fields(void *argument, field_text &fields)
 {
     const auto map = fetch<fb_cmap>(argument);
-    snprintf(fields.text, sizeof fields.text, " start=%u len=%u", map.start, map.len);
+    snprintf(fields, sizeof fields, " start=%u len=%u", map.start, map.len);
 }
 
 void update_fields(void *argument, field_text &fields)
@@ -89,10 +74,9 @@ void update_fields(void *argument, field_text &fields)
     const auto update = fetch<update_record>(argument);
     char mode[24];
     snprintf(mode, sizeof mode, "mode=%u", update.update_mode);
-    uint32_t reserved = 0;
-    for (const uint32_t word : update.reserved)
-        reserved |= word;
-    snprintf(fields.text, sizeof fields.text,
+    const bool reserved =
+        memcmp(update.reserved, update_record{}.reserved, sizeof update.reserved) != 0;
+    snprintf(fields, sizeof fields,
              " %d,%d %dx%d wave=%u %s marker=%u temperature=%u flags=%u tail=%u,%u%s", update.left,
              update.top, update.width, update.height, update.wave_mode,
              update.update_mode == 1   ? "full"
@@ -100,6 +84,41 @@ void update_fields(void *argument, field_text &fields)
                                        : mode,
              update.marker, update.temperature, update.flags, update.tail[0], update.tail[1],
              reserved ? " reserved" : "");
+}
+
+// The products are taken in 32 bits, as drivers do.
+
+uint32_t row_bytes()
+{
+    return current.buffer.width * current.bpp >> 3;
+}
+
+uint32_t memory_bytes()
+{
+    return current.buffer.height * current.buffer.width * current.bpp >> 3;
+}
+
+bool shows_grays()
+{
+    return 8 % current.bpp == 0;
+}
+
+// Fetches the luminances of `count` pixels from (x, y) on: the stored bits, repeated over 8. A row
+// starts where its truncated length says, so the last pixels of a row may share a byte with the
+// next row. What lies behind the end of the file is white.
+void read_grays(int memory, uint32_t x, uint32_t y, uint32_t count, uint8_t *grays)
+{
+    const uint32_t bpp = current.bpp, most = (1U << bpp) - 1, first_bit = x * bpp % 8;
+    uint8_t packed[longest_side + 1];
+    const size_t size = (first_bit + count * bpp + 7) / 8;
+    const off64_t offset = off64_t(y) * row_bytes() + x * bpp / 8;
+    const ssize_t got = pread64(memory, packed, size, offset);
+    const size_t known = got < 0 ? 0 : size_t(got);
+    memset(packed + known, 0xFF, size - known);
+    for (uint32_t i = 0; i < count; ++i) {
+        const uint32_t bit = first_bit + i * bpp;
+        grays[i] = uint8_t((packed[bit / 8] >> (8 - bpp - bit % 8) & most) * (255 / most));
+    }
 }
 
 // The answers: 0 or an errno.
@@ -133,11 +152,11 @@ int answer_fixed_information(void *argument)
     fb_fix_screeninfo info{};
     memcpy(info.id, current.id, sizeof info.id); // 16 bytes, not always ended by a zero
     info.smem_start = 0x80000000UL;
-    info.smem_len = memory_bytes(current);
+    info.smem_len = memory_bytes();
     info.type = current.type;
     info.visual = current.visual;
     info.ypanstep = 1;
-    info.line_length = row_bytes(current);
+    info.line_length = row_bytes();
     return store(argument, info);
 }
 
@@ -160,17 +179,54 @@ int answer_colour_map(void *argument)
     return 0;
 }
 
+// Shows the region on the glass the way its waveform mode would: two levels for du (1) and a2 (6),
+// sixteen for every other. What lies outside the visible screen is cut off. Depths other than 1,
+// 2, 4 and 8 show nothing.
 int answer_update(void *argument)
 {
     const auto update = fetch<update_record>(argument);
-    const pixel_region region = {update.left, update.top, update.width, update.height};
-    const bool inverted = update.flags & 1;
-    return show_region(state_folder(), current, region, update.wave_mode, inverted) ? 0 : EIO;
+    const pixel_size &visible = current.visible;
+    const int64_t left = std::max(update.left, 0), top = std::max(update.top, 0);
+    const int64_t right = std::min<int64_t>(int64_t(update.left) + update.width, visible.width);
+    const int64_t bottom = std::min<int64_t>(int64_t(update.top) + update.height, visible.height);
+    if (left >= right || top >= bottom || !shows_grays())
+        return 0;
+
+    const state_file memory("memory", O_RDONLY), glass("glass", O_WRONLY);
+    if (memory.fd < 0)
+        return EIO;
+    const bool two_levels = update.wave_mode == 1 || update.wave_mode == 6;
+    const uint8_t inversion = update.flags & 1 ? 0xFF : 0;
+    const uint32_t count = uint32_t(right - left);
+    uint8_t row[longest_side];
+    for (int64_t y = top; y < bottom; ++y) {
+        read_grays(memory.fd, uint32_t(left), uint32_t(y), count, row);
+        for (uint32_t i = 0; i < count; ++i) {
+            const uint8_t gray = row[i] ^ inversion;
+            row[i] = two_levels ? (gray < 128 ? 0 : 255) : uint8_t(gray / 16 * 17);
+        }
+        if (pwrite64(glass.fd, row, count, off64_t(y * visible.width + left)) != ssize_t(count))
+            return EIO;
+    }
+    return 0;
 }
 
+// 2 bytes a pixel of the visible screen at every depth, the luminance widened to 8 bits in both.
 int answer_working_buffer(void *argument)
 {
-    return copy_working_buffer(state_folder(), current, static_cast<uint8_t *>(argument)) ? 0 : EIO;
+    const state_file memory("memory", O_RDONLY);
+    if (memory.fd < 0)
+        return EIO;
+    const auto [width, height] = current.visible;
+    uint8_t row[longest_side], *words = static_cast<uint8_t *>(argument);
+    memset(row, 0xFF, sizeof row);
+    for (uint32_t y = 0; y < height; ++y) {
+        if (shows_grays())
+            read_grays(memory.fd, 0, y, width, row);
+        for (uint32_t x = 0; x < width; ++x, words += 2)
+            memset(words, row[x], 2);
+    }
+    return 0;
 }
 
 // An update is complete when its request returns.
@@ -181,17 +237,17 @@ int answer_wait(void *)
 
 int answer_get_hold(void *argument)
 {
-    return store(argument, hold_word());
+    const state_file file("hold", O_RDONLY);
+    char digit;
+    return store(argument, uint32_t(pread64(file.fd, &digit, 1, 0) == 1 && digit == '1'));
 }
 
-int answer_set_hold(void *)
+template <char digit>
+int hold(void *)
 {
-    return write_hold_word("1\n");
-}
-
-int answer_release_hold(void *)
-{
-    return write_hold_word("0\n");
+    const state_file file("hold", O_WRONLY | O_CREAT | O_TRUNC);
+    const char line[] = {digit, '\n'};
+    return pwrite64(file.fd, line, sizeof line, 0) == sizeof line ? 0 : EIO;
 }
 
 template <uint32_t panel_settings::*field>
@@ -216,8 +272,8 @@ constexpr request requests[] = {
     {0x4050462e, true,  "update",            update_fields, answer_update},
     {0xc008462f, true,  "wait",              marker_field,  answer_wait},
     {0x40044634, true,  "get-hold",          word_field,    answer_get_hold},
-    {0x40044633, false, "set-hold",          value_field,   answer_set_hold},
-    {0x40044635, false, "release-hold",      value_field,   answer_release_hold},
+    {0x40044633, false, "set-hold",          value_field,   hold<'1'>},
+    {0x40044635, false, "release-hold",      value_field,   hold<'0'>},
     {0xc0044634, true,  "get-work-buffer",   no_fields,     answer_working_buffer},
     {0x80044639, true,  "get-waveform-type", no_fields,     stored<&panel_settings::waveform_type>},
     {0x8004463a, true,  "get-material-type", no_fields,     stored<&panel_settings::material_type>},
@@ -225,18 +281,10 @@ constexpr request requests[] = {
 };
 // clang-format on
 
-const request *find_request(uint32_t number)
-{
-    for (const request &row : requests)
-        if (row.number == number)
-            return &row;
-    return nullptr;
-}
-
 // A descriptor that was inherited comes without an open in this process.
 bool have_settings()
 {
-    return settings_read || (settings_read = read_settings(state_folder(), current));
+    return settings_read || (settings_read = read_settings(current));
 }
 
 } // namespace
@@ -255,12 +303,11 @@ int open_device(int flags)
     settings_read = false;
     if (fails("open") || !have_settings())
         return report("open", "", ENODEV);
-    const char *folder = state_folder();
     int fd = -1;
     // A device is neither made nor cut off by opening it, and has no end to append to.
-    if (make_white(folder, "memory", memory_bytes(current)) &&
-        make_white(folder, "glass", current.visible.width * current.visible.height))
-        fd = open_in_folder(folder, "memory", flags & ~(O_CREAT | O_EXCL | O_TRUNC | O_APPEND));
+    if (make_white("memory", memory_bytes()) &&
+        make_white("glass", current.visible.width * current.visible.height))
+        fd = open_in_folder("memory", flags & ~(O_CREAT | O_EXCL | O_TRUNC | O_APPEND));
     opened |= fd >= 0;
     return report("open", "", fd < 0 ? errno : 0) < 0 ? -1 : fd;
 }
@@ -272,11 +319,12 @@ bool device_opened()
 
 int answer_request(uint32_t number, void *argument)
 {
-    const request *found = find_request(number);
-    field_text fields;
-    if (!found) {
-        snprintf(fields.text, sizeof fields.text, " 0x%x", number);
-        return report("unknown", fields.text, ENOTTY);
+    field_text fields = "";
+    const request *found = std::find_if(std::begin(requests), std::end(requests),
+                                        [=](const request &row) { return row.number == number; });
+    if (found == std::end(requests)) {
+        snprintf(fields, sizeof fields, " 0x%x", number);
+        return report("unknown", fields, ENOTTY);
     }
     const bool no_address = found->takes_address && !argument;
     if (!no_address)
@@ -284,7 +332,7 @@ int answer_request(uint32_t number, void *argument)
     int error = fails(found->name) || !have_settings() ? EIO : no_address ? EFAULT : 0;
     if (error == 0)
         error = found->answer(argument);
-    return report(found->name, fields.text, error);
+    return report(found->name, fields, error);
 }
 
 int map_error(size_t length, uint64_t offset)
@@ -293,6 +341,6 @@ int map_error(size_t length, uint64_t offset)
         return EAGAIN;
     // Pages that the file does not reach would map, and kill the process that touches them.
     const uint64_t page = uint64_t(sysconf(_SC_PAGESIZE));
-    const uint64_t whole_pages = (memory_bytes(current) + page - 1) / page * page;
+    const uint64_t whole_pages = (memory_bytes() + page - 1) / page * page;
     return offset > whole_pages || length > whole_pages - offset ? EINVAL : 0;
 }

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
@@ -49,12 +50,6 @@ bool covers(const char *word, size_t length, const char *name, unsigned long cal
 
 } // namespace
 
-const char *state_folder()
-{
-    const char *folder = getenv("TAVO_PANEL_STATE");
-    return folder && *folder ? folder : nullptr;
-}
-
 void log_line(const char *format, ...)
 {
     const int kept_errno = errno;
@@ -66,9 +61,8 @@ void log_line(const char *format, ...)
     size_t length = strlen(text);
     text[length++] = '\n';
 
-    const state_file log(state_folder(), "log", O_WRONLY | O_CREAT | O_APPEND);
-    if (log.fd >= 0)
-        log.write(text, length);
+    const state_file log("log", O_WRONLY | O_CREAT | O_APPEND);
+    syscall(SYS_write, log.fd, text, length);
     const char *trace = getenv("TAVO_PANEL_TRACE");
     if (trace && strcmp(trace, "1") == 0)
         dprintf(STDERR_FILENO, "panel: %.*s", int(length), text);

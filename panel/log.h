@@ -1,8 +1,5 @@
 #pragma once
 
-/// The state folder of this process ($TAVO_PANEL_STATE), or null: the panel is out of the way.
-const char *state_folder();
-
 /// Appends a line to the folder's log, and to standard error when $TAVO_PANEL_TRACE is "1".
 /// Longer than 255 bytes is cut. Leaves errno as it was.
 [[gnu::format(printf, 1, 2)]] void log_line(const char *format, ...);

@@ -16,6 +16,7 @@
 
 #include "driver.h"
 #include "log.h"
+#include "state.h"
 
 #include <cerrno>
 #include <climits>

@@ -1,5 +1,7 @@
 #include "state.h"
 
+#include <algorithm>
+#include <array>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -11,36 +13,38 @@
 
 namespace {
 
-struct size_key {
+// A line of the `panel` file: one number, "WxH", or "WxH/VWxVH", and where they belong.
+struct setting_row {
     const char *key;
-    pixel_size panel_settings::*field;
     uint32_t least, most;
+    uint32_t *numbers[4]; // null behind the last
 };
-struct number_key {
-    const char *key;
-    uint32_t panel_settings::*field;
-    uint32_t least, most;
-};
+constexpr char separators[] = {' ', 'x', '/', 'x'}; // before each number
 
-// clang-format off
-constexpr size_key size_keys[] = {
-    {"size",    &panel_settings::visible,     1, longest_side},
-    {"virtual", &panel_settings::buffer,      1, longest_side},
-    {"mm",      &panel_settings::millimetres, 0, UINT32_MAX},
-};
-constexpr number_key number_keys[] = {
-    {"bpp",           &panel_settings::bpp,           1, 32},
-    {"type",          &panel_settings::type,          0, UINT32_MAX},
-    {"visual",        &panel_settings::visual,        0, UINT32_MAX},
-    {"waveform-type", &panel_settings::waveform_type, 0, UINT32_MAX},
-    {"material-type", &panel_settings::material_type, 0, UINT32_MAX},
-    {"temperature",   &panel_settings::temperature,   0, UINT32_MAX},
-};
-// clang-format on
+std::array<setting_row, 10> rows_of(panel_settings &settings)
+{
+    // clang-format off
+    return {{
+        {"size",          1, longest_side, {&settings.visible.width, &settings.visible.height}},
+        {"virtual",       1, longest_side, {&settings.buffer.width, &settings.buffer.height}},
+        {"mm",            0, UINT32_MAX,
+         {&settings.millimetres.width, &settings.millimetres.height}},
+        {"bpp",           1, 32,           {&settings.bpp}},
+        {"type",          0, UINT32_MAX,   {&settings.type}},
+        {"visual",        0, UINT32_MAX,   {&settings.visual}},
+        {"waveform-type", 0, UINT32_MAX,   {&settings.waveform_type}},
+        {"material-type", 0, UINT32_MAX,   {&settings.material_type}},
+        {"temperature",   0, UINT32_MAX,   {&settings.temperature}},
+        {"second-size",   0, UINT32_MAX,
+         {&settings.second_visible.width, &settings.second_visible.height,
+          &settings.second_buffer.width, &settings.second_buffer.height}},
+    }};
+    // clang-format on
+}
 
 // Reads decimal digits up to a byte that is none, and moves `text` there. A minus sign gives the
 // two's complement, as a driver's word would.
-bool take_number(const char *&text, uint32_t least, uint32_t most, uint32_t &number)
+bool take_number(const char *&text, const setting_row &row, uint32_t &number)
 {
     const bool negative = *text == '-';
     text += negative;
@@ -51,51 +55,55 @@ bool take_number(const char *&text, uint32_t least, uint32_t most, uint32_t &num
         if ((value = value * 10 + uint64_t(*text - '0')) > UINT32_MAX)
             return false;
     number = negative ? uint32_t(0 - value) : uint32_t(value);
-    return number >= least && number <= most;
+    return number >= row.least && number <= row.most;
 }
 
-bool take_size(const char *&text, uint32_t least, uint32_t most, pixel_size &size)
+bool take_numbers(const char *text, const setting_row &row)
 {
-    return take_number(text, least, most, size.width) && *text++ == 'x' &&
-           take_number(text, least, most, size.height);
-}
-
-bool take_second_size(const char *&text, panel_settings &settings)
-{
-    if (!take_size(text, 0, UINT32_MAX, settings.second_visible))
-        return false;
-    settings.second_buffer = settings.second_visible;
-    return *text != '/' || take_size(++text, 0, UINT32_MAX, settings.second_buffer);
+    for (int i = 0; i < 4 && row.numbers[i]; ++i) {
+        if (i == 2 && *text == '\0') { // the virtual size is the visible one
+            *row.numbers[2] = *row.numbers[0];
+            *row.numbers[3] = *row.numbers[1];
+            return true;
+        }
+        if ((i > 0 && *text++ != separators[i]) || !take_number(text, row, *row.numbers[i]))
+            return false;
+    }
+    return *text == '\0';
 }
 
 } // namespace
 
-bool set_setting(panel_settings &settings, const char *key, const char *word)
+const char *state_folder()
 {
-    for (const size_key &row : size_keys)
-        if (strcmp(key, row.key) == 0)
-            return take_size(word, row.least, row.most, settings.*row.field) && *word == '\0';
-    for (const number_key &row : number_keys)
-        if (strcmp(key, row.key) == 0)
-            return take_number(word, row.least, row.most, settings.*row.field) && *word == '\0';
-    if (strcmp(key, "id") == 0)
-        return snprintf(settings.id, sizeof settings.id, "%s", word) < int(sizeof settings.id);
-    return strcmp(key, "second-size") == 0 && take_second_size(word, settings) && *word == '\0';
+    const char *folder = getenv("TAVO_PANEL_STATE");
+    return folder && *folder ? folder : nullptr;
 }
 
-bool read_settings(const char *folder, panel_settings &settings)
+bool set_setting(panel_settings &settings, const char *key, const char *word)
+{
+    if (strcmp(key, "id") == 0)
+        return snprintf(settings.id, sizeof settings.id, "%s", word) < int(sizeof settings.id);
+    for (const setting_row &row : rows_of(settings))
+        if (strcmp(key, row.key) == 0)
+            return take_numbers(word, row);
+    return false;
+}
+
+bool read_settings(panel_settings &settings)
 {
     settings = {};
-    const state_file file(folder, "panel", O_RDONLY);
+    const state_file file("panel", O_RDONLY);
     char text[2048];
-    text[file.fd < 0 ? 0 : file.read(text, sizeof text - 1)] = '\0';
+    text[std::max<ssize_t>(pread64(file.fd, text, sizeof text - 1, 0), 0)] = '\0';
     char *rest = text;
     while (char *line = strsep(&rest, "\n")) {
         if (*line == '\0')
             continue;
         const char *key = strsep(&line, " "), *word = line ? line : "";
         if (!set_setting(settings, key, word)) {
-            dprintf(STDERR_FILENO, "panel: %s/panel: cannot take \"%s %s\"\n", folder, key, word);
+            dprintf(STDERR_FILENO, "panel: %s/panel: cannot take \"%s %s\"\n", state_folder(), key,
+                    word);
             return false;
         }
     }
@@ -104,38 +112,26 @@ bool read_settings(const char *folder, panel_settings &settings)
     return true;
 }
 
-bool write_settings(const char *folder, const panel_settings &settings)
+bool write_settings(panel_settings settings)
 {
-    const state_file file(folder, "panel", O_WRONLY | O_CREAT | O_TRUNC);
+    const state_file file("panel", O_WRONLY | O_CREAT | O_TRUNC);
     if (file.fd < 0)
         return false;
     bool written = dprintf(file.fd, "id %s\n", settings.id) > 0;
-    for (const size_key &row : size_keys) {
-        const pixel_size &size = settings.*row.field;
-        written &= dprintf(file.fd, "%s %ux%u\n", row.key, size.width, size.height) > 0;
+    for (const setting_row &row : rows_of(settings)) {
+        if (row.numbers[3] && settings.second_visible == pixel_size{})
+            continue;
+        written &= dprintf(file.fd, "%s", row.key) > 0;
+        for (int i = 0; i < 4 && row.numbers[i]; ++i)
+            written &= dprintf(file.fd, "%c%u", separators[i], *row.numbers[i]) > 0;
+        written &= dprintf(file.fd, "\n") > 0;
     }
-    for (const number_key &row : number_keys)
-        written &= dprintf(file.fd, "%s %u\n", row.key, settings.*row.field) > 0;
-    const pixel_size &second = settings.second_visible, &buffer = settings.second_buffer;
-    if (!(second == pixel_size{}))
-        written &= dprintf(file.fd, "second-size %ux%u/%ux%u\n", second.width, second.height,
-                           buffer.width, buffer.height) > 0;
     return written;
 }
 
-uint32_t row_bytes(const panel_settings &settings)
+bool make_white(const char *name, uint32_t bytes)
 {
-    return settings.buffer.width * settings.bpp >> 3;
-}
-
-uint32_t memory_bytes(const panel_settings &settings)
-{
-    return settings.buffer.height * settings.buffer.width * settings.bpp >> 3;
-}
-
-bool make_white(const char *folder, const char *name, uint32_t bytes)
-{
-    const state_file file(folder, name, O_RDWR | O_CREAT);
+    const state_file file(name, O_RDWR | O_CREAT);
     struct stat64 info;
     if (file.fd < 0 || fstat64(file.fd, &info) != 0)
         return false;
@@ -143,41 +139,27 @@ bool make_white(const char *folder, const char *name, uint32_t bytes)
         return true;
     char white[4096];
     memset(white, 0xFF, sizeof white);
-    for (uint32_t left = bytes; left > 0;) {
-        const size_t piece = file.write(white, left < sizeof white ? left : sizeof white);
-        if (piece == 0)
+    for (uint32_t done = 0; done < bytes;) {
+        const size_t piece = std::min<size_t>(bytes - done, sizeof white);
+        const ssize_t written = pwrite64(file.fd, white, piece, done);
+        if (written <= 0)
             return false;
-        left -= uint32_t(piece);
+        done += uint32_t(written);
     }
     return ftruncate64(file.fd, off64_t(bytes)) == 0;
 }
 
-int open_in_folder(const char *folder, const char *name, int flags)
+int open_in_folder(const char *name, int flags)
 {
     char path[PATH_MAX];
-    snprintf(path, sizeof path, "%s/%s", folder, name);
+    snprintf(path, sizeof path, "%s/%s", state_folder(), name);
     return int(syscall(SYS_openat, AT_FDCWD, path, flags | O_LARGEFILE, 0666));
 }
 
-state_file::state_file(const char *folder, const char *name, int flags)
-    : fd(open_in_folder(folder, name, flags | O_CLOEXEC))
-{
-}
+state_file::state_file(const char *name, int flags) : fd(open_in_folder(name, flags | O_CLOEXEC)) {}
 
 state_file::~state_file()
 {
     if (fd >= 0)
         syscall(SYS_close, fd);
-}
-
-size_t state_file::read(void *bytes, size_t size) const
-{
-    const long got = syscall(SYS_read, fd, bytes, size);
-    return got < 0 ? 0 : size_t(got);
-}
-
-size_t state_file::write(const void *bytes, size_t size) const
-{
-    const long got = syscall(SYS_write, fd, bytes, size);
-    return got < 0 ? 0 : size_t(got);
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 // The state folder of a virtual panel: plain files that outlive the processes which use the panel.
@@ -30,41 +29,36 @@ struct panel_settings {
     pixel_size second_visible, second_buffer;
 };
 
+/// The state folder ($TAVO_PANEL_STATE), or null: the panel is out of the way. What follows needs
+/// it to be set.
+const char *state_folder();
+
 /// Sets what the `panel` file calls `key` from its text. Sizes are "WxH"; "second-size" is "WxH",
 /// the virtual size being the same then, or "WxH/VWxVH". False for an unknown key or a word that
 /// does not fit.
 bool set_setting(panel_settings &settings, const char *key, const char *word);
 
-/// Reads the folder's `panel` file over the defaults; a missing file leaves the defaults. A line
-/// that cannot be understood is named on standard error, and the result is false.
-bool read_settings(const char *folder, panel_settings &settings);
+/// Reads the `panel` file over the defaults; a missing file leaves the defaults. A line that
+/// cannot be understood is named on standard error, and the result is false.
+bool read_settings(panel_settings &settings);
 
 /// Writes the `panel` file; false and errno when the disk refuses.
-bool write_settings(const char *folder, const panel_settings &settings);
-
-/// Bytes of a row and of the whole framebuffer. The products are taken in 32 bits, as drivers do.
-uint32_t row_bytes(const panel_settings &settings);
-uint32_t memory_bytes(const panel_settings &settings);
+bool write_settings(panel_settings settings);
 
 /// Makes the file `bytes` long and white (0xFF) unless it has that length already. False and
 /// errno when the disk refuses.
-bool make_white(const char *folder, const char *name, uint32_t bytes);
+bool make_white(const char *name, uint32_t bytes);
 
-/// An open file of the state folder; `fd` is negative, and errno set, when it could not be opened.
-/// It goes by bare system calls: the preloaded library takes over open, read, write and close,
-/// and its own house-keeping must not pass through them.
+/// Opens a file of the folder like open(2). It goes by bare system calls, and so must who uses the
+/// descriptor: the preloaded library takes over open, read, write and close, and its own
+/// house-keeping must not pass through them.
+int open_in_folder(const char *name, int flags);
+
+/// An open file of the folder; `fd` is negative, and errno set, when it could not be opened.
 struct state_file {
     int fd;
 
-    state_file(const char *folder, const char *name, int flags);
+    state_file(const char *name, int flags);
     ~state_file();
-    state_file(const state_file &) = delete;
-    state_file &operator=(const state_file &) = delete;
-
-    /// Bytes transferred, 0 after a failure.
-    size_t read(void *bytes, size_t size) const;
-    size_t write(const void *bytes, size_t size) const;
+    state_file(state_file &&) = delete;
 };
-
-/// Opens a file of the folder like open(2) and leaves the descriptor to the caller.
-int open_in_folder(const char *folder, const char *name, int flags);

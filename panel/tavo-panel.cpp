@@ -13,6 +13,7 @@
 #include <ftw.h>
 #include <getopt.h>
 #include <memory>
+#include <new>
 #include <png.h>
 #include <string>
 #include <sys/stat.h>
@@ -60,31 +61,24 @@ Examples:
 )";
 
 // The first options are settings, under the names that they have in the `panel` file.
-enum option_row { size_row, virtual_row, bpp_row, mm_row, second_size_row, setting_rows };
-enum option_letter { setting = 1, state, png, fail, trace, help };
+enum option_row { size_row, state_row = 5, png_row, fail_row, trace_row, help_row, option_rows };
 constexpr option option_names[] = {
-    {"size", required_argument, nullptr, setting},
-    {"virtual", required_argument, nullptr, setting},
-    {"bpp", required_argument, nullptr, setting},
-    {"mm", required_argument, nullptr, setting},
-    {"second-size", required_argument, nullptr, setting},
-    {"state", required_argument, nullptr, state},
-    {"png", required_argument, nullptr, png},
-    {"fail", required_argument, nullptr, fail},
-    {"trace", no_argument, nullptr, trace},
-    {"help", no_argument, nullptr, help},
+    {"size", required_argument, nullptr, 0},
+    {"virtual", required_argument, nullptr, 0},
+    {"bpp", required_argument, nullptr, 0},
+    {"mm", required_argument, nullptr, 0},
+    {"second-size", required_argument, nullptr, 0},
+    {"state", required_argument, nullptr, 0},
+    {"png", required_argument, nullptr, 0},
+    {"fail", required_argument, nullptr, 0},
+    {"trace", no_argument, nullptr, 0},
+    {"help", no_argument, nullptr, 0},
     {},
 };
 
 struct run_options {
-    const char *settings[setting_rows]; // the words given, or null
-    const char *state, *png;
+    const char *words[option_rows]; // null for what is not given, "" for what takes no word
     std::string faults;
-    bool trace, help;
-};
-
-struct heap_release {
-    void operator()(void *block) const { free(block); }
 };
 
 volatile pid_t child; // of the signal handler
@@ -107,35 +101,31 @@ int read_options(int argc, char **argv, run_options &options)
     opterr = 0;
     int letter, row = 0;
     while ((letter = getopt_long(argc, argv, "+:", option_names, &row)) != -1) {
-        if (letter == '?' && optopt > help) // a letter of a cluster
+        if (letter == '?' && optopt) // a letter of a cluster
             return complain("unknown option -%c (see --help)", optopt);
         if (letter == '?')
             return complain("unknown option %s (see --help)", argv[optind - 1]);
         if (letter == ':')
             return complain("%s needs a word behind it (see --help)", argv[optind - 1]);
-        if (letter == setting)
-            options.settings[row] = optarg;
-        else if (letter == state)
-            options.state = optarg;
-        else if (letter == png)
-            options.png = optarg;
-        else if (letter == fail)
+        options.words[row] = optarg ? optarg : "";
+        if (row == fail_row)
             options.faults += (options.faults.empty() ? "" : " ") + std::string(optarg);
-        options.trace |= letter == trace;
-        options.help |= letter == help;
     }
-    return optind < argc || options.help ? 0 : complain("no command given (see --help)");
+    return optind < argc || options.words[help_row] ? 0 : complain("no command given (see --help)");
 }
 
 // Lays the options over the settings that the folder has. 0, or the status of a complaint.
 int choose_settings(const run_options &options, panel_settings &settings)
 {
-    if (options.state && !read_settings(options.state, settings))
-        return complain("cannot use the settings in %s", options.state);
-    if (options.settings[size_row])
+    const char *state = options.words[state_row];
+    if (state)
+        setenv("TAVO_PANEL_STATE", state, 1);
+    if (state && *state && !read_settings(settings))
+        return complain("cannot use the settings in %s", state);
+    if (options.words[size_row])
         settings.buffer = {}; // a virtual size from before belonged to the size from before
-    for (int row = 0; row < setting_rows; ++row) {
-        const char *name = option_names[row].name, *word = options.settings[row];
+    for (int row = size_row; row < state_row; ++row) {
+        const char *name = option_names[row].name, *word = options.words[row];
         if (word && !set_setting(settings, name, word))
             return complain("--%s cannot be \"%s\" (see --help)", name, word);
     }
@@ -144,17 +134,16 @@ int choose_settings(const run_options &options, panel_settings &settings)
     return 0;
 }
 
-// Makes the folder if need be, and gives its absolute path: the command may change directory.
-// Empty, and errno, when it cannot be made.
-std::string prepare_folder(const char *state)
+// Makes the folder if need be, and hands on its absolute path: the command may change directory.
+// False, and errno, when it cannot be made.
+bool prepare_folder(const char *state)
 {
-    char temporary[] = "/tmp/tavo-panel.XXXXXX";
+    char temporary[] = "/tmp/tavo-panel.XXXXXX", absolute[PATH_MAX];
     if (!state)
         state = mkdtemp(temporary);
     else if (mkdir(state, 0777) != 0 && errno != EEXIST)
         state = nullptr;
-    char absolute[PATH_MAX];
-    return state && realpath(state, absolute) ? absolute : "";
+    return state && realpath(state, absolute) && setenv("TAVO_PANEL_STATE", absolute, 1) == 0;
 }
 
 // The library lies beside this program in a build, under lib/ where it is installed.
@@ -172,31 +161,24 @@ std::string find_library()
     return {};
 }
 
-void extend_environment(const char *name, const std::string &first, const char *separator)
+void extend_environment(const char *name, const std::string &first)
 {
     const char *present = getenv(name);
-    setenv(name, (present && *present ? first + separator + present : first).c_str(), 1);
+    setenv(name, (present && *present ? first + ":" + present : first).c_str(), 1);
 }
 
-[[noreturn]] void become(char **command, const std::string &library, const std::string &folder,
-                         const run_options &options)
+[[noreturn]] void become(char **command, const std::string &library, const run_options &options)
 {
-    setenv("TAVO_PANEL_STATE", folder.c_str(), 1);
     if (!options.faults.empty())
         setenv("TAVO_PANEL_FAIL", options.faults.c_str(), 1);
-    if (options.trace)
+    if (options.words[trace_row])
         setenv("TAVO_PANEL_TRACE", "1", 1);
-    extend_environment("LD_PRELOAD", library, ":");
+    extend_environment("LD_PRELOAD", library);
     // A sanitizer's runtime insists on being the first library; ours goes before it by design.
-    extend_environment("ASAN_OPTIONS", "verify_asan_link_order=0", ":");
+    extend_environment("ASAN_OPTIONS", "verify_asan_link_order=0");
     execvp(command[0], command);
     complain("cannot run %s: %s", command[0], strerror(errno));
     _exit(127);
-}
-
-void pass_on(int number)
-{
-    kill(child, number);
 }
 
 // Waits for the command. Keys reach it by themselves and a kill is passed on, so that the folder
@@ -205,6 +187,7 @@ int wait_for_command()
 {
     signal(SIGINT, SIG_IGN);
     signal(SIGQUIT, SIG_IGN);
+    const auto pass_on = [](int number) { kill(child, number); };
     signal(SIGTERM, pass_on);
     signal(SIGHUP, pass_on);
     int status;
@@ -215,15 +198,15 @@ int wait_for_command()
 }
 
 // The glass of a panel that was never opened is white.
-bool write_png(const char *folder, const pixel_size &size, const char *path)
+bool write_png(const pixel_size &size, const char *path)
 {
     const uint32_t bytes = size.width * size.height;
-    const std::unique_ptr<uint8_t[], heap_release> pixels(static_cast<uint8_t *>(malloc(bytes)));
-    if (!pixels || !make_white(folder, "glass", bytes))
+    const std::unique_ptr<uint8_t[]> pixels(new (std::nothrow) uint8_t[bytes]);
+    if (!pixels || !make_white("glass", bytes))
         return complain("cannot keep the glass: %s", strerror(errno)), false;
-    const state_file glass(folder, "glass", O_RDONLY);
-    if (glass.fd < 0 || glass.read(pixels.get(), bytes) != bytes)
-        return complain("cannot read %s/glass", folder), false;
+    const state_file glass("glass", O_RDONLY);
+    if (pread64(glass.fd, pixels.get(), bytes, 0) != ssize_t(bytes))
+        return complain("cannot read %s/glass", state_folder()), false;
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
     image.width = size.width;
@@ -234,29 +217,24 @@ bool write_png(const char *folder, const pixel_size &size, const char *path)
     return true;
 }
 
-int remove_entry(const char *path, const struct stat *, int, FTW *)
-{
-    return remove(path);
-}
-
 // Runs the command in a folder that is there, and leaves the picture.
-int run(char **command, const run_options &options, const panel_settings &settings,
-        const std::string &folder)
+int run(char **command, const run_options &options, const panel_settings &settings)
 {
-    if (!write_settings(folder.c_str(), settings))
-        return complain("cannot write %s/panel: %s", folder.c_str(), strerror(errno));
+    if (!write_settings(settings))
+        return complain("cannot write %s/panel: %s", state_folder(), strerror(errno));
     const std::string library = find_library();
-    if (library.empty() || library.find_first_of(" :") != std::string::npos)
-        return complain(library.empty() ? "libtavo-panel.so is not beside this program"
-                                        : "a path with a blank or a colon cannot be preloaded: %s",
-                        library.c_str());
+    if (library.empty())
+        return complain("libtavo-panel.so is not beside this program");
+    if (library.find_first_of(" :") != std::string::npos)
+        return complain("a path with a blank or a colon cannot be preloaded: %s", library.c_str());
     child = fork();
     if (child < 0)
         return complain("cannot start a process: %s", strerror(errno));
     if (child == 0)
-        become(command, library, folder, options);
+        become(command, library, options);
     const int status = wait_for_command();
-    const bool pictured = !options.png || write_png(folder.c_str(), settings.visible, options.png);
+    const char *png = options.words[png_row];
+    const bool pictured = !png || write_png(settings.visible, png);
     return status == 0 && !pictured ? 1 : status;
 }
 
@@ -268,15 +246,18 @@ int main(int argc, char **argv)
     panel_settings settings;
     if (const int status = read_options(argc, argv, options))
         return status;
-    if (options.help)
+    if (options.words[help_row])
         return fputs(help_text, stdout) < 0;
     if (const int status = choose_settings(options, settings))
         return status;
-    const std::string folder = prepare_folder(options.state);
-    if (folder.empty())
+    const char *state = options.words[state_row];
+    if (!prepare_folder(state))
         return complain("cannot make the state folder: %s", strerror(errno));
-    const int status = run(argv + optind, options, settings, folder);
-    if (!options.state)
-        nftw(folder.c_str(), remove_entry, 8, FTW_DEPTH | FTW_PHYS);
+    const int status = run(argv + optind, options, settings);
+    const auto remove_entry = [](const char *path, const struct stat *, int, FTW *) {
+        return remove(path);
+    };
+    if (!state)
+        nftw(state_folder(), remove_entry, 8, FTW_DEPTH | FTW_PHYS);
     return status;
 }
