@@ -1,6 +1,5 @@
 #include "driver.h"
 
-#include "log.h"
 #include "state.h"
 
 #include <algorithm>
@@ -247,7 +246,7 @@ int hold(void *)
 {
     const state_file file("hold", O_WRONLY | O_CREAT | O_TRUNC);
     const char line[] = {digit, '\n'};
-    return pwrite64(file.fd, line, sizeof line, 0) == sizeof line ? 0 : EIO;
+    return pwrite64(file.fd, line, sizeof line, 0) == 2 ? 0 : EIO;
 }
 
 template <uint32_t panel_settings::*field>

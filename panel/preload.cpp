@@ -15,7 +15,6 @@
 #undef _TIME_BITS
 
 #include "driver.h"
-#include "log.h"
 #include "state.h"
 
 #include <cerrno>

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <climits>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -70,6 +72,37 @@ bool take_numbers(const char *text, const setting_row &row)
             return false;
     }
     return *text == '\0';
+}
+
+struct call_counter {
+    const char *name;
+    unsigned long calls;
+};
+
+call_counter &counter_of(const char *name)
+{
+    static call_counter counters[40]; // more than there are names
+    call_counter *counter = counters;
+    while (counter->name && strcmp(counter->name, name) != 0)
+        ++counter;
+    counter->name = name;
+    return *counter;
+}
+
+// Does the first word of the list, such as "update:1-3", cover this call of `name`?
+bool covers(const char *list, const char *name, unsigned long call)
+{
+    const size_t length = strlen(name);
+    if (strncmp(list, name, length) != 0)
+        return false;
+    if (list[length] != ':')
+        return list[length] == ' ' || list[length] == '\0';
+    char *end;
+    const unsigned long first = strtoul(list + length + 1, &end, 10);
+    if (*end != '-')
+        return call == first;
+    const bool open_ended = end[1] == ' ' || end[1] == '\0';
+    return first <= call && (open_ended || call <= strtoul(end + 1, nullptr, 10));
 }
 
 } // namespace
@@ -162,4 +195,40 @@ state_file::~state_file()
 {
     if (fd >= 0)
         syscall(SYS_close, fd);
+}
+
+void log_line(const char *format, ...)
+{
+    const int kept_errno = errno;
+    char text[256 + 1];
+    va_list arguments;
+    va_start(arguments, format);
+    vsnprintf(text, sizeof text - 1, format, arguments);
+    va_end(arguments);
+    size_t length = strlen(text);
+    text[length++] = '\n';
+
+    const state_file log("log", O_WRONLY | O_CREAT | O_APPEND);
+    syscall(SYS_write, log.fd, text, length);
+    const char *trace = getenv("TAVO_PANEL_TRACE");
+    if (trace && strcmp(trace, "1") == 0)
+        dprintf(STDERR_FILENO, "panel: %.*s", int(length), text);
+    errno = kept_errno;
+}
+
+bool fails(const char *name)
+{
+    const unsigned long call = ++counter_of(name).calls;
+    const char *list = getenv("TAVO_PANEL_FAIL");
+    for (; list; list = strchr(list, ' ')) {
+        list += strspn(list, " ");
+        if (covers(list, name, call))
+            return true;
+    }
+    return false;
+}
+
+unsigned long calls_of(const char *name)
+{
+    return counter_of(name).calls;
 }

@@ -32,8 +32,7 @@ into the panel's memory; nothing shows on its glass until an update request arri
   --virtual WxH      size of the whole framebuffer (the visible size)
   --bpp N            bits per pixel (8)
   --mm WxH           size of the glass in millimetres (122x165)
-  --second-size WxH[/VWxVH]
-                     what the second and later reads of the size report
+  --second-size WxH[/VWxVH]  what the second and later reads of the size report
   --state DIR        keep the panel in this folder; made when missing. Its settings stay as they
                      are, but for those given here. Without it the panel ends with the command.
   --png FILE         at the end, write what the glass shows
