@@ -52,12 +52,11 @@ bool take_number(const char *&text, const setting_row &row, uint32_t &number)
     text += negative;
     if (*text < '0' || *text > '9')
         return false;
-    uint64_t value = 0;
-    for (; *text >= '0' && *text <= '9'; ++text)
-        if ((value = value * 10 + uint64_t(*text - '0')) > UINT32_MAX)
-            return false;
-    number = negative ? uint32_t(0 - value) : uint32_t(value);
-    return number >= row.least && number <= row.most;
+    char *end;
+    const unsigned long long value = strtoull(text, &end, 10);
+    text = end;
+    number = uint32_t(negative ? 0 - value : value);
+    return value <= UINT32_MAX && number >= row.least && number <= row.most;
 }
 
 bool take_numbers(const char *text, const setting_row &row)
@@ -172,12 +171,11 @@ bool make_white(const char *name, uint32_t bytes)
         return true;
     char white[4096];
     memset(white, 0xFF, sizeof white);
-    for (uint32_t done = 0; done < bytes;) {
-        const size_t piece = std::min<size_t>(bytes - done, sizeof white);
-        const ssize_t written = pwrite64(file.fd, white, piece, done);
+    ssize_t written = 0;
+    for (uint32_t done = 0; done < bytes; done += uint32_t(written)) {
+        written = pwrite64(file.fd, white, std::min<size_t>(bytes - done, sizeof white), done);
         if (written <= 0)
             return false;
-        done += uint32_t(written);
     }
     return ftruncate64(file.fd, off64_t(bytes)) == 0;
 }
