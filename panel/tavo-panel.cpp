@@ -108,7 +108,7 @@ int read_options(int argc, char **argv, run_options &options)
             return complain("%s needs a word behind it (see --help)", argv[optind - 1]);
         options.words[row] = optarg ? optarg : "";
         if (row == fail_row)
-            options.faults += (options.faults.empty() ? "" : " ") + std::string(optarg);
+            options.faults += std::string(options.faults.empty() ? "" : " ") + options.words[row];
     }
     return optind < argc || options.words[help_row] ? 0 : complain("no command given (see --help)");
 }
