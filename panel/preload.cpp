@@ -4,10 +4,8 @@
 // Faults of libc itself are for programs that must survive a full disk, a lost file and short
 // memory. One is named like its function, or short-read, short-write (half of what was asked for,
 // at least one byte) and eintr-read, eintr-write (a signal came first; the call after that works).
-// Standard input, output and error are left alone. What libc calls on its own behalf, such as the
-// malloc for a stream's buffer, counts too; its reads and writes do not. A program with an
-// allocator of its own, such as one that has a sanitizer linked in statically, is not short of
-// memory.
+// Standard input, output and error are left alone. A program with an allocator of its own, such as
+// one that has a sanitizer linked in statically, is not short of memory.
 
 // Each of these renames or inlines functions that are defined here under their own names.
 #undef _FORTIFY_SOURCE
@@ -87,8 +85,6 @@ mode_t mode_argument(int flags, va_list arguments)
 // As fopen(3) reads its mode, except that a device is not cut off by "w" and not appended to.
 FILE *open_stream(const char *symbol, const char *path, const char *mode)
 {
-    if (libc_call_fails("fopen"))
-        return errno = EIO, nullptr;
     if (!is_device_path(path))
         return next<decltype(fopen)>(symbol)(path, mode);
     const bool reads = *mode == 'r', both = strchr(mode, '+');
@@ -101,39 +97,26 @@ FILE *open_stream(const char *symbol, const char *path, const char *mode)
 }
 
 struct transfer_faults {
-    const char *name, *cut, *interrupt; // a stream is not interrupted
-    bool interrupted;                   // the last call was, so this one is not
+    const char *name, *cut, *interrupt;
+    bool interrupted; // the last call was, so this one is not
 };
 transfer_faults reading = {"read", "short-read", "eintr-read", false};
 transfer_faults writing = {"write", "short-write", "eintr-write", false};
-transfer_faults stream_reading = {"fread", "short-read", nullptr, false};
-transfer_faults stream_writing = {"fwrite", "short-write", nullptr, false};
 
-// Whether a transfer may go on, of `size` bytes or elements or of what is left of them; otherwise
-// errno says why not. A single one is never cut.
-bool may_transfer(bool standard, transfer_faults &faults, size_t &size)
+// Whether a transfer may go on, of `size` bytes or of what is left of them; otherwise errno says
+// why not. A single byte is never cut.
+bool may_transfer(int fd, transfer_faults &faults, size_t &size)
 {
-    if (standard)
+    if (fd <= STDERR_FILENO)
         return true;
     if (libc_call_fails(faults.name))
         return errno = EIO, false;
-    faults.interrupted =
-        faults.interrupt && !faults.interrupted && libc_call_fails(faults.interrupt);
+    faults.interrupted = !faults.interrupted && libc_call_fails(faults.interrupt);
     if (faults.interrupted)
         return errno = EINTR, false;
     if (size > 1 && libc_call_fails(faults.cut))
         size /= 2;
     return true;
-}
-
-bool is_standard(int fd)
-{
-    return fd <= STDERR_FILENO;
-}
-
-bool is_standard(FILE *stream)
-{
-    return stream == stdin || stream == stdout || stream == stderr;
 }
 
 } // namespace
@@ -234,58 +217,29 @@ ENTRY int close(int fd)
 ENTRY ssize_t read(int fd, void *bytes, size_t size)
 {
     static const auto real = next<decltype(read)>("read");
-    return may_transfer(is_standard(fd), reading, size) ? real(fd, bytes, size) : -1;
+    return may_transfer(fd, reading, size) ? real(fd, bytes, size) : -1;
 }
 
 ENTRY ssize_t __read_chk(int fd, void *bytes, size_t size, size_t room)
 {
     static const auto real = next<decltype(__read_chk)>("__read_chk");
-    return may_transfer(is_standard(fd), reading, size) ? real(fd, bytes, size, room) : -1;
+    return may_transfer(fd, reading, size) ? real(fd, bytes, size, room) : -1;
 }
 
 ENTRY ssize_t write(int fd, const void *bytes, size_t size)
 {
     static const auto real = next<decltype(write)>("write");
-    return may_transfer(is_standard(fd), writing, size) ? real(fd, bytes, size) : -1;
+    return may_transfer(fd, writing, size) ? real(fd, bytes, size) : -1;
 }
 
-ENTRY size_t fread(void *bytes, size_t size, size_t count, FILE *stream)
+ENTRY void *calloc(size_t count, size_t size) noexcept
 {
-    static const auto real = next<decltype(fread)>("fread");
-    const bool allowed = may_transfer(is_standard(stream), stream_reading, count);
-    return allowed ? real(bytes, size, count, stream) : 0;
+    static const auto real = next<decltype(calloc)>("calloc");
+    return libc_call_fails("calloc") ? (errno = ENOMEM, nullptr) : real(count, size);
 }
 
-ENTRY size_t __fread_chk(void *bytes, size_t room, size_t size, size_t count, FILE *stream)
+ENTRY void *aligned_alloc(size_t alignment, size_t size) noexcept
 {
-    static const auto real = next<decltype(__fread_chk)>("__fread_chk");
-    const bool allowed = may_transfer(is_standard(stream), stream_reading, count);
-    return allowed ? real(bytes, room, size, count, stream) : 0;
+    static const auto real = next<decltype(aligned_alloc)>("aligned_alloc");
+    return libc_call_fails("aligned_alloc") ? (errno = ENOMEM, nullptr) : real(alignment, size);
 }
-
-ENTRY size_t fwrite(const void *bytes, size_t size, size_t count, FILE *stream)
-{
-    static const auto real = next<decltype(fwrite)>("fwrite");
-    const bool allowed = may_transfer(is_standard(stream), stream_writing, count);
-    return allowed ? real(bytes, size, count, stream) : 0;
-}
-
-ENTRY int fclose(FILE *stream)
-{
-    static const auto real = next<decltype(fclose)>("fclose");
-    const bool failed = !is_standard(stream) && libc_call_fails("fclose");
-    const int result = real(stream);
-    return failed ? (errno = EIO, EOF) : result;
-}
-
-#define ALLOCATION_ENTRY(name, parameters, arguments)                                              \
-    ENTRY void *name parameters noexcept                                                           \
-    {                                                                                              \
-        static const auto real = next<decltype(name)>(#name);                                      \
-        return libc_call_fails(#name) ? (errno = ENOMEM, nullptr) : real arguments;                \
-    }
-
-ALLOCATION_ENTRY(malloc, (size_t size), (size))
-ALLOCATION_ENTRY(calloc, (size_t count, size_t size), (count, size))
-ALLOCATION_ENTRY(realloc, (void *block, size_t size), (block, size))
-ALLOCATION_ENTRY(aligned_alloc, (size_t alignment, size_t size), (alignment, size))

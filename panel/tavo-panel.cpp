@@ -47,9 +47,8 @@ and `log` (one line a request, with its result).
 A fault is the NAME of a log line, every time, or NAME:2 the second time in a process, NAME:1-3
 the first three times, NAME:2- all but the first. Names: open map get-vscreeninfo get-fscreeninfo
 get-cmap update wait get-hold set-hold release-hold get-work-buffer get-waveform-type
-get-material-type get-temperature. Once the device is open, calls of libc too: read write fopen
-fread fwrite fclose malloc calloc realloc aligned_alloc short-read short-write eintr-read
-eintr-write.
+get-material-type get-temperature. Once the device is open, calls of libc too: read write
+short-read short-write eintr-read eintr-write calloc aligned_alloc.
 
 The status is the command's: 128 and the signal's number when a signal ended it, 127 when it
 could not be run. A wrong argument gives 2.
