@@ -1,5 +1,6 @@
 #include "command_line.h"
 
+#include "common/message.h"
 #include "common/option_flags.h"
 #include "display/update.h"
 #include "draw/barcode.h"
@@ -78,7 +79,7 @@ invocation read_command_line(int argc, char **argv)
     int letter;
     while ((letter = getopt(argc, argv, option_string)) != -1)
         if (letter == '?')
-            fprintf(stderr, "option %c not supported\n", letter);
+            complain("option %c not supported\n", letter);
         else
             read_option(call, letter);
     return call;

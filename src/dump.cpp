@@ -7,7 +7,6 @@
 
 #include <cinttypes>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -33,12 +32,12 @@ void dump_framebuffer(const char *path)
     }
     const descriptor file(open_dump(path));
     if (file.fd < 0) {
-        printf("can't open %s file for write framebuffer\n", path);
+        print("can't open %s file for write framebuffer\n", path);
         return;
     }
-    const size_t written = write_fully(file, device.buffer_map, device.buffer_bytes);
-    printf("write framebuffer(%d byte @%p) %d byte to file %s\n", int(device.buffer_bytes),
-           static_cast<void *>(device.buffer_map), int(written), path);
+    const size_t written = write_fully(file.fd, device.buffer_map, device.buffer_bytes);
+    print("write framebuffer(%d byte @%p) %d byte to file %s\n", int(device.buffer_bytes),
+          static_cast<void *>(device.buffer_map), int(written), path);
 }
 
 /// Reads the working buffer and writes it to the file.
@@ -47,18 +46,18 @@ static void copy_working_buffer(const descriptor &file, const char *path, size_t
     const size_t whole_pages = (size + page - 1) / page * page;
     const heap_bytes buffer(static_cast<uint8_t *>(aligned_alloc(page, whole_pages)));
     if (!buffer) {
-        printf("can't allocate %zu byte for working buffer\n", size);
+        print("can't allocate %zu byte for working buffer\n", size);
         return;
     }
     memset(buffer.get(), 0, size);
     const int result = ioctl(display_device.fd, EPDC_GET_WORK_BUFFER, buffer.get());
     if (result < 0) {
-        printf("get work buffer ioctl err=%d\n", result);
+        print("get work buffer ioctl err=%d\n", result);
         return;
     }
-    const size_t written = write_fully(file, buffer.get(), size);
-    printf("write %d byte @0x%x to %s\n", int(written),
-           unsigned(reinterpret_cast<uintptr_t>(buffer.get())), path);
+    const size_t written = write_fully(file.fd, buffer.get(), size);
+    print("write %d byte @0x%x to %s\n", int(written),
+          unsigned(reinterpret_cast<uintptr_t>(buffer.get())), path);
 }
 
 void dump_working_buffer_to(const char *path)
@@ -66,13 +65,13 @@ void dump_working_buffer_to(const char *path)
     const surface &screen = display_device.screen;
     const descriptor file(open_dump(path));
     if (file.fd < 0) {
-        printf("can't open %s to dump\n", path);
+        print("can't open %s to dump\n", path);
         return;
     }
     // Below 8 bits per pixel the driver keeps two bytes a pixel all the same. Sides are below 2^31.
     const int64_t pixels = int64_t{screen.width} * screen.height;
     if (pixels <= 0 || pixels > INT32_MAX / 2)
-        printf("can't allocate %" PRId64 " byte for working buffer\n", pixels * 2);
+        print("can't allocate %" PRId64 " byte for working buffer\n", pixels * 2);
     else
         copy_working_buffer(file, path, size_t(pixels) * 2);
 }

@@ -22,7 +22,6 @@
 #include "usage_text.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <iterator>
@@ -151,7 +150,7 @@ static void run_report(const invocation &call)
 static int run_decompress(const invocation &call)
 {
     if (operand_count(call) == 1) {
-        puts("Error: no file specified");
+        print("Error: no file specified\n");
         return 1;
     }
     return decompress_image_to_file(operand(call, 1), operand(call, 2));
@@ -204,7 +203,7 @@ static void occupy_standard_streams()
 int main(int argc, char **argv)
 {
     if (argc < 2) {
-        puts(usage_text);
+        print("%s\n", usage_text);
         return 1;
     }
     occupy_standard_streams();

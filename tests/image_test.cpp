@@ -257,7 +257,7 @@ TEST(image, refused)
     }
     // clang-format off
     rows[] = {
-        {"none", "", ""}, {"in", "", ""}, {"text", "no picture\n", ""}, {".", "", ""},
+        {"none", "", ""}, {std::string(3000, 'n'), "", ""}, {"in", "", ""}, {"text", "no picture\n", ""}, {".", "", ""},
         {"in/none", "", ""}, {"/proc/self/mem", "", ""}, {"huge.png", png, ""},
         {"cut.png", png.substr(0, 16), ""},
         {"wide.gif", "GIF89a\xFF\x3F\xFF\x3F" + std::string(40, '\0'), "outofmem"},

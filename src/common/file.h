@@ -18,11 +18,11 @@ struct descriptor {
 };
 
 /// Reads until `size` bytes have come, the file ends, or reading fails; returns how many came.
-size_t read_fully(const descriptor &file, void *to, size_t size);
+size_t read_fully(int fd, void *to, size_t size);
 
 /// Reads and drops up to `size` bytes, so that pipes work too. Returns false when the file ended
 /// before.
-bool skip_bytes(const descriptor &file, uint64_t size);
+bool skip_bytes(int fd, uint64_t size);
 
 /// Writes until all is written or writing fails; returns how many bytes reached the file.
-size_t write_fully(const descriptor &file, const void *from, size_t size);
+size_t write_fully(int fd, const void *from, size_t size);

@@ -6,7 +6,6 @@
 
 #include <charconv>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <iterator>
 #include <memory>
@@ -46,56 +45,56 @@ static void print_fixed_info()
         message("print_fb_info", "cannot access fixed framebuffer info\n");
         return;
     }
-    printf("\nFixed framebuffer info\n"
-           "    id:         %16.16s    smem_start:       0x%08lX\n" // the id may lack its end
-           "    smem_len:         %10u    type:   %20s\n"
-           "    type_aux:         %10u    visual: %20s\n"
-           "    xpanstep:         %10u    ypanstep:         %10u\n"
-           "    ywrapstep:        %10u    line_length:      %10u\n"
-           "    mmio_start:       0x%08lx    mmio_len:         %10u\n"
-           "    accel:            %10u\n",
-           fix.id, fix.smem_start, fix.smem_len, name_of(fix.type, fb_type_names).text,
-           fix.type_aux, name_of(fix.visual, fb_visual_names).text, fix.xpanstep, fix.ypanstep,
-           fix.ywrapstep, fix.line_length, fix.mmio_start, fix.mmio_len, fix.accel);
+    print("\nFixed framebuffer info\n"
+          "    id:         %16.16s    smem_start:       0x%08lX\n" // the id may lack its end
+          "    smem_len:         %10u    type:   %20s\n"
+          "    type_aux:         %10u    visual: %20s\n"
+          "    xpanstep:         %10u    ypanstep:         %10u\n"
+          "    ywrapstep:        %10u    line_length:      %10u\n"
+          "    mmio_start:       0x%08lx    mmio_len:         %10u\n"
+          "    accel:            %10u\n",
+          fix.id, fix.smem_start, fix.smem_len, name_of(fix.type, fb_type_names).text, fix.type_aux,
+          name_of(fix.visual, fb_visual_names).text, fix.xpanstep, fix.ypanstep, fix.ywrapstep,
+          fix.line_length, fix.mmio_start, fix.mmio_len, fix.accel);
 }
 
 static void print_geometry(const fb_var_screeninfo &var)
 {
-    printf("\nVariable framebuffer info\n"
-           "    xres:             %10u    yres:             %10u\n"
-           "    xres_virtual:     %10u    yres_virtual:     %10u\n"
-           "    xoffset:          %10u    yoffset:          %10u\n"
-           "    bits_per_pixel:   %10u    grayscale:        %10u\n",
-           var.xres, var.yres, var.xres_virtual, var.yres_virtual, var.xoffset, var.yoffset,
-           var.bits_per_pixel, var.grayscale);
+    print("\nVariable framebuffer info\n"
+          "    xres:             %10u    yres:             %10u\n"
+          "    xres_virtual:     %10u    yres_virtual:     %10u\n"
+          "    xoffset:          %10u    yoffset:          %10u\n"
+          "    bits_per_pixel:   %10u    grayscale:        %10u\n",
+          var.xres, var.yres, var.xres_virtual, var.yres_virtual, var.xoffset, var.yoffset,
+          var.bits_per_pixel, var.grayscale);
 }
 
 static void print_pixel_layout(const fb_var_screeninfo &var)
 {
-    printf("    red.offset:       %10u    green.offset:     %10u\n"
-           "    red.length:       %10u    green.length:     %10u\n"
-           "    red.msb_right:    %10u    green.msb_right:  %10u\n"
-           "    blue.offset:      %10u    transp.offset:    %10u\n"
-           "    blue.length:      %10u    transp.length:    %10u\n"
-           "    blue.msb_right:   %10u    transp.msb_right: %10u\n",
-           var.red.offset, var.green.offset, var.red.length, var.green.length, var.red.msb_right,
-           var.green.msb_right, var.blue.offset, var.transp.offset, var.blue.length,
-           var.transp.length, var.blue.msb_right, var.transp.msb_right);
+    print("    red.offset:       %10u    green.offset:     %10u\n"
+          "    red.length:       %10u    green.length:     %10u\n"
+          "    red.msb_right:    %10u    green.msb_right:  %10u\n"
+          "    blue.offset:      %10u    transp.offset:    %10u\n"
+          "    blue.length:      %10u    transp.length:    %10u\n"
+          "    blue.msb_right:   %10u    transp.msb_right: %10u\n",
+          var.red.offset, var.green.offset, var.red.length, var.green.length, var.red.msb_right,
+          var.green.msb_right, var.blue.offset, var.transp.offset, var.blue.length,
+          var.transp.length, var.blue.msb_right, var.transp.msb_right);
 }
 
 static void print_timing(const fb_var_screeninfo &var)
 {
-    printf("    nonstd:           %10u    activate:         %10u\n"
-           "    width:            %10d    height:           %10d\n"
-           "    accel_flags:      %10u    pixclock:         %10u\n"
-           "    left_margin:      %10u    right_margin:     %10u\n"
-           "    upper_margin:     %10u    lower_margin:     %10u\n"
-           "    hsync_len:        %10u    vsync_len:        %10u\n"
-           "    sync:             %10u    vmode:            %10u\n"
-           "    rotate:           %10u\n",
-           var.nonstd, var.activate, int(var.width), int(var.height), var.accel_flags, var.pixclock,
-           var.left_margin, var.right_margin, var.upper_margin, var.lower_margin, var.hsync_len,
-           var.vsync_len, var.sync, var.vmode, var.rotate);
+    print("    nonstd:           %10u    activate:         %10u\n"
+          "    width:            %10d    height:           %10d\n"
+          "    accel_flags:      %10u    pixclock:         %10u\n"
+          "    left_margin:      %10u    right_margin:     %10u\n"
+          "    upper_margin:     %10u    lower_margin:     %10u\n"
+          "    hsync_len:        %10u    vsync_len:        %10u\n"
+          "    sync:             %10u    vmode:            %10u\n"
+          "    rotate:           %10u\n",
+          var.nonstd, var.activate, int(var.width), int(var.height), var.accel_flags, var.pixclock,
+          var.left_margin, var.right_margin, var.upper_margin, var.lower_margin, var.hsync_len,
+          var.vsync_len, var.sync, var.vmode, var.rotate);
 }
 
 /// A driver that does not know the panel's size says 0 mm: the quotient is then infinite, and the
@@ -106,7 +105,7 @@ static void print_dots_per_inch(const fb_var_screeninfo &var)
     const double vertical = double(var.yres) * 25.4 / double(var.height);
     const double average = (horizontal + vertical) * 0.5;
     const bool has_integer = average >= INT32_MIN && average <= INT32_MAX;
-    printf("DPI: %f %f %d\n", horizontal, vertical, has_integer ? int(average) : 0);
+    print("DPI: %f %f %d\n", horizontal, vertical, has_integer ? int(average) : 0);
 }
 
 static void print_variable_info()
@@ -138,9 +137,9 @@ static void print_panel_values()
     for (const panel_query &query : panel_queries) {
         const int result = ioctl(display_device.fd, query.request, &value);
         if (result < 0)
-            printf("cannot get %s err=%d\n", query.name, result);
+            print("cannot get %s err=%d\n", query.name, result);
         else
-            printf("%s = %d%s\n", query.name, value, query.unit);
+            print("%s = %d%s\n", query.name, value, query.unit);
     }
 }
 
@@ -171,11 +170,11 @@ static void print_colormap()
         message("print_fb_info", "cannot access cmap\n");
         return;
     }
-    printf("\nColor map\n    start:            %10u    len:              %10u\n", map->start,
-           map->len);
-    printf("    n       red     green      blue\n");
+    print("\nColor map\n    start:            %10u    len:              %10u\n", map->start,
+          map->len);
+    print("    n       red     green      blue\n");
     for (uint32_t i = 0; i < len; ++i)
-        printf("  %3x    %6x    %6x    %6x\n", i, map->red[i], map->green[i], map->blue[i]);
+        print("  %3x    %6x    %6x    %6x\n", i, map->red[i], map->green[i], map->blue[i]);
 }
 
 void print_fb_info(bool show_colormap)

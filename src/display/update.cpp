@@ -1,9 +1,9 @@
 #include "display/update.h"
 
+#include "common/message.h"
 #include "common/option_flags.h"
 #include "display/device.h"
 
-#include <cstdio>
 #include <cstring>
 #include <unistd.h>
 
@@ -52,11 +52,11 @@ int update_to_display(int32_t left, int32_t top, int32_t width, int32_t height, 
     request.tail_word_1 = 1;
     request.tail_word_2 = 2;
 
-    printf("%s: update_mode=%s, wave_mode=%d inverted=%d\n", "update_to_display",
-           update_mode == update_full ? "FULL" : "PARTIAL", wave_mode, int(inverted));
+    print("%s: update_mode=%s, wave_mode=%d inverted=%d\n", "update_to_display",
+          update_mode == update_full ? "FULL" : "PARTIAL", wave_mode, int(inverted));
     int result = send_update(request);
     for (int sends = 1; result < 0 && sends < most_sends; ++sends) {
-        fprintf(stderr, "retrying.. %d", result);
+        complain("retrying.. %d", result);
         usleep(retry_pause);
         result = send_update(request);
     }

@@ -124,7 +124,7 @@ static bool write_screen(const descriptor &output, const decoded_image &image, u
         memset(band, 0xFF, size);
         pack_rows(image, row, std::min(rows - row, band_rows), std::min(image.width, screen.width),
                   band, 0);
-        if (write_fully(output, band, size) < size)
+        if (write_fully(output.fd, band, size) < size)
             return false;
         left -= size;
     }

@@ -16,7 +16,7 @@ static size_t take(decoder_input &input, void *to, size_t size)
 static void read_ahead(decoder_input &input)
 {
     input.next = 0;
-    input.filled = read_fully(input.file, input.bytes, sizeof input.bytes);
+    input.filled = read_fully(input.file.fd, input.bytes, sizeof input.bytes);
 }
 
 static int read_input(void *user, char *data, int size)
@@ -25,7 +25,7 @@ static int read_input(void *user, char *data, int size)
     const size_t wanted = size_t(size);
     size_t got = take(input, data, wanted);
     if (wanted - got >= sizeof input.bytes) {
-        got += read_fully(input.file, data + got, wanted - got);
+        got += read_fully(input.file.fd, data + got, wanted - got);
     } else if (got < wanted) {
         read_ahead(input);
         got += take(input, data + got, wanted - got);
@@ -38,7 +38,7 @@ static void skip_input(void *user, int size)
 {
     decoder_input &input = *static_cast<decoder_input *>(user);
     const size_t ahead = take(input, nullptr, size_t(size));
-    skip_bytes(input.file, size_t(size) - ahead);
+    skip_bytes(input.file.fd, size_t(size) - ahead);
     if (input.next == input.filled)
         read_ahead(input);
     input.ended = input.filled == 0;

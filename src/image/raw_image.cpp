@@ -7,7 +7,6 @@
 #include "draw/pixel.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 
@@ -28,7 +27,7 @@ static int open_image(const char *function, const char *path)
 
 static bool read_header(const char *function, const descriptor &file, raw_header &header)
 {
-    const bool whole = read_fully(file, &header, sizeof header) == sizeof header;
+    const bool whole = read_fully(file.fd, &header, sizeof header) == sizeof header;
     if (!whole)
         message(function, "cannot read image header\n");
     return whole;
@@ -47,12 +46,12 @@ static bool read_row(const descriptor &file, int64_t to, int64_t bytes, int64_t 
     const int64_t shown = std::clamp(begin, to, to + bytes);
     const int64_t shown_end = std::clamp(end, shown, to + bytes);
     const size_t size = size_t(shown_end - shown);
-    if (!skip_bytes(file, uint64_t(shown - to)))
+    if (!skip_bytes(file.fd, uint64_t(shown - to)))
         return false;
     uint8_t *const screen = display_device.screen_map;
-    if (size > 0 && read_fully(file, screen + shown, size) < size)
+    if (size > 0 && read_fully(file.fd, screen + shown, size) < size)
         return false;
-    return skip_bytes(file, uint64_t(to + bytes - shown_end));
+    return skip_bytes(file.fd, uint64_t(to + bytes - shown_end));
 }
 
 /// The row-wise path: the file's rows lie in the screen's rows.
@@ -70,12 +69,13 @@ static void paint_rows(const descriptor &file, int32_t x, int32_t y, const raw_h
         return;
     if (row < 0) {
         const int64_t above = std::min(-row, int64_t{header.height});
-        if (!skip_bytes(file, uint64_t(above * (end - first))))
+        if (!skip_bytes(file.fd, uint64_t(above * (end - first))))
             return;
         row += above;
     }
     if (first == 0 && end == line && visible == line && row < last_row) {
-        read_fully(file, display_device.screen_map + row * line, size_t((last_row - row) * line));
+        read_fully(file.fd, display_device.screen_map + row * line,
+                   size_t((last_row - row) * line));
         return;
     }
     for (; row < last_row; ++row)
@@ -92,7 +92,7 @@ static void paint_dump(const descriptor &file, const raw_header &header)
     const size_t size = std::min(announced, display_device.screen_bytes);
     const size_t head = std::min(size, sizeof header);
     memcpy(display_device.screen_map, &header, head);
-    read_fully(file, display_device.screen_map + head, size - head);
+    read_fully(file.fd, display_device.screen_map + head, size - head);
 }
 
 int paint_bitmap(int32_t x, int32_t y, const char *path)
@@ -135,7 +135,7 @@ static void overlay_rows(const descriptor &file, int32_t x, int32_t y, const raw
         const uint64_t begin = r * width / 2;
         const int64_t pixel = x + int64_t{var_info.xres_virtual} * (y + int64_t(r));
         const uint64_t bytes = std::min(width / 2, size - std::min(begin, size));
-        if (bytes == 0 || !skip_bytes(file, begin - consumed) ||
+        if (bytes == 0 || !skip_bytes(file.fd, begin - consumed) ||
             !read_row(file, area + floor_division(pixel, 2), int64_t(bytes), 0,
                       display_device.screen_bytes))
             return;
@@ -173,7 +173,7 @@ int overlay_bitmap(int32_t x, int32_t y, const char *path)
         return 0;
     }
     if (header.width > var_info.xres || header.height > var_info.yres)
-        puts("Bad image dimensions!");
+        print("Bad image dimensions!\n");
     else
         overlay_rows(file, x, y, header, size);
     update_to_display(x, y, int32_t(header.width), int32_t(header.height), 2, update_full);

@@ -1,6 +1,7 @@
 #include "touch/touch_test.h"
 
 #include "common/file.h"
+#include "common/message.h"
 #include "display/device.h"
 #include "display/update.h"
 #include "draw/fills.h"
@@ -8,7 +9,7 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <cstdio>
+#include <cstring>
 #include <fcntl.h>
 #include <linux/input-event-codes.h>
 #include <unistd.h>
@@ -43,23 +44,31 @@ struct touch_state {
     bool wipe = false; // wanted at the end of the block
 };
 
+/// What was traced goes first: the driver may make us wait, or complain.
+static void show_screen()
+{
+    flush_trace();
+    update_full_screen(update_partial, du_wave_mode);
+}
+
 /// The white start screen with its two squares.
 static void reset_touch_screen()
 {
+    flush_trace();
     const surface &screen = display_device.screen;
     const int32_t top = screen.height - square_size;
     clear_screen(false);
     paint_rectangle(0, top, square_size, square_size, square_gray);
     paint_rectangle(screen.width - square_size, top, square_size, square_size, square_gray);
-    update_full_screen(update_partial, du_wave_mode);
+    show_screen();
 }
 
 static void lift_finger(touch_state &state)
 {
     for (contact &c : state.contacts)
         c.previous_x = no_point;
-    fputs("Touch released\n", stderr);
-    update_full_screen(update_partial, du_wave_mode);
+    trace("Touch released\n");
+    show_screen();
 }
 
 /// Draws to the new point of a contact and makes it the previous one's x.
@@ -79,6 +88,7 @@ static bool move_first_finger(touch_state &state, int32_t y)
     extend_stroke(c, y);
     const bool low = y > screen.height - square_size;
     if (low && c.x < square_size) {
+        flush_trace();
         clear_screen(false);
         return true;
     }
@@ -101,7 +111,7 @@ static bool complete_point(touch_state &state, int32_t y)
         state.contacts[1].previous_y = y;
     }
     if (++state.update_counter == positions_an_update) {
-        update_full_screen(update_partial, du_wave_mode);
+        show_screen();
         state.update_counter = 0;
     }
     return false;
@@ -149,14 +159,13 @@ static void run_test(const descriptor &device)
     touch_state state;
     touch_event events[events_a_block];
     for (;;) {
-        // The user must have seen everything before the read blocks.
-        fflush(stdout);
-        fflush(stderr);
-        errno = 0; // the end of the device is no error of its own
+        flush_trace(); // the user must have seen everything before the read blocks
+        errno = 0;     // the end of the device is no error of its own
         const ssize_t bytes = read(device.fd, events, sizeof events);
         if (bytes < ssize_t(sizeof events[0])) {
-            puts("yyy");
-            perror("\nevtest: error reading");
+            const int reason = errno;
+            print("yyy\n");
+            complain("\nevtest: error reading: %s\n", strerror(reason));
             return;
         }
         if (handle_block(state, events, size_t(bytes) / sizeof events[0]))
@@ -170,12 +179,7 @@ int touch_test(const char *path)
     if (device.fd < 0)
         return 1;
     reset_touch_screen();
-    puts("Testing ...\nTouch bottom left to exit\nTouch bottom right to clear screen");
-    // A line of trace per segment: written a block of events at a time.
-    static char trace[BUFSIZ];
-    setvbuf(stderr, trace, _IOFBF, sizeof trace);
+    print("Testing ...\nTouch bottom left to exit\nTouch bottom right to clear screen\n");
     run_test(device);
-    fflush(stderr);
-    setvbuf(stderr, nullptr, _IONBF, 0);
     return 1;
 }

@@ -1,18 +1,35 @@
 #include "touch/trace_line.h"
 
+#include "common/file.h"
 #include "draw/screen_rows.h"
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <utility>
+
+static char waiting[4096];
+static size_t waiting_bytes;
+
+void trace(std::string_view text)
+{
+    if (text.size() > sizeof waiting - waiting_bytes)
+        flush_trace();
+    text.copy(waiting + waiting_bytes, text.size());
+    waiting_bytes += text.size();
+}
+
+void flush_trace()
+{
+    write_fully(STDERR_FILENO, waiting, waiting_bytes);
+    waiting_bytes = 0;
+}
 
 struct point {
     int32_t x, y;
 };
 
 /// A line a segment: formatted by hand, since it stands in the path of every touch event.
-static void trace(point from, point to)
+static void trace_segment(point from, point to)
 {
     char text[4 * 12]; // a sign, ten digits and what follows
     char *end = text;
@@ -21,7 +38,7 @@ static void trace(point from, point to)
         *end++ = ' ';
     }
     end[-1] = '\n';
-    fwrite(text, 1, size_t(end - text), stderr);
+    trace({text, size_t(end - text)});
 }
 
 /// One axis of a line: where it starts, which way it goes, how far.
@@ -80,10 +97,10 @@ void draw_touch_line(int32_t x1, int32_t y1, int32_t x2, int32_t y2)
 {
     const point start = {x1 >= 0 ? x1 : x2, y1 >= 0 ? y1 : y2};
     if (x2 < 0 && y2 < 0) {
-        trace(start, start);
+        trace_segment(start, start);
         return;
     }
     const point end = {x2 >= 0 ? x2 : start.x, y2 >= 0 ? y2 : start.y};
-    trace(start, end);
+    trace_segment(start, end);
     draw_line(start, end);
 }
