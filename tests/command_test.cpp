@@ -304,22 +304,15 @@ TEST(faults, each_call_once)
                 if (std::smatch dump; std::regex_search(got.out, dump, dumped)) {
                     EXPECT_EQ(dump[1], std::to_string(panel.read(dump[2]).size()));
                 }
+                if (call.ends_with("-read") &&
+                    command[1] != 'j') { // which are finished all the same
+                    const run_result wanted = faulty_panel().run(words(command));
+                    EXPECT_EQ(got.out, wanted.out);
+                    EXPECT_TRUE(got.memory == wanted.memory);
+                }
                 const bool told = got.status == 1 || command[1] != 't' ||
                                   got.out.find("open_device> cannot") != std::string::npos;
                 EXPECT_TRUE(told || panel.read("out.raw").size() == panel.shape.screen());
             }
-}
-
-TEST(faults, interrupted_and_short_reads_are_finished)
-{
-    for (const char *command : {"-b dump.raw", "-b image.raw", "-o image.raw", "-g image.pgm"})
-        for (const char *fault :
-             {"short-read:1-3", "eintr-read:1-2", "short-read:2 eintr-read:1"}) {
-            SCOPED_TRACE(command + " with "s + fault);
-            const run_result got = faulty_panel().run(words(command), fault);
-            const run_result wanted = faulty_panel().run(words(command));
-            EXPECT_EQ(got.out, wanted.out);
-            EXPECT_TRUE(got.memory == wanted.memory);
-        }
 }
 } // namespace

@@ -26,9 +26,7 @@ bool canvas::fits(int x, int y, int width, int height)
 {
     for (const auto &[at_x, at_y] : {std::pair(x + width, y + height), std::pair(x, y)})
         if (at_x < 0 || at_x > shape.width || at_y < 0 || at_y > shape.height) {
-            messages +=
-                formatted("tavo: pixel_in_range> (%d, %d) pixel not in range (0..%d, 0..%d)\n",
-                          at_x, at_y, shape.width, shape.height);
+            messages += formatted(not_in_range, at_x, at_y, shape.width, shape.height);
             return false;
         }
     return true;
@@ -46,11 +44,10 @@ bool canvas::text(int column, int row, const std::string &letters, bool highligh
         }
         const int left = 16 * column++, top = 24 * row;
         for (int y = fits(left, top, 16, 24) ? 0 : 24; y < 24; ++y) {
-            const int bits =
-                y < 21 ? stoi(glyphs.substr(at + 1 + size_t(y / 3 * 2), 2), nullptr, 16) : 0;
+            const std::string digits = y < 21 ? glyphs.substr(at + 1 + size_t(y / 3 * 2), 2) : "0";
+            const int bits = stoi(digits, nullptr, 16) ^ (highlight && y < 21 ? 0xFF : 0);
             for (int x = 0; x < 16; ++x)
-                set(left + x, top + y,
-                    (bits >> (7 - x / 2) & 1) != (highlight && y < 21) ? 0 : 255);
+                set(left + x, top + y, bits >> (7 - x / 2) & 1 ? 0 : 255);
         }
     }
     return true;
@@ -81,9 +78,9 @@ TEST(text, cells)
             if (highlight)
                 arguments.insert(arguments.begin(), "-h");
             canvas drawn(g);
-            const char *status = drawn.text(column, row, text, highlight) ? "0" : "1";
-            virtual_panel(g).run(arguments).expect(status + drawn.messages + "<PARTIAL 257 0>",
-                                                   drawn);
+            const std::string status = drawn.text(column, row, text, highlight) ? "0" : "1";
+            const run_result got = virtual_panel(g).run(arguments);
+            got.expect(status + drawn.messages + "<PARTIAL 257 0>", drawn);
         }
 }
 
@@ -105,40 +102,36 @@ TEST(text, scroll)
         }
 }
 
-/// The level (0..255) that a pixel gets, of the storage right of the visible ones too; -1 for none.
+/// The level (0..255) that a visible pixel gets; -1 for none.
 using picture = int (*)(const geometry &g, int x, int y);
 
 void draw(canvas &c, const auto &level)
 {
     for (int y = 0; y < c.shape.height; ++y)
-        for (int x = 0; x < std::max(c.shape.width, int(c.shape.line()) * 8 / c.shape.bpp); ++x)
+        for (int x = 0; x < c.shape.width; ++x)
             if (const int l = level(c.shape, x, y); l >= 0)
                 c.set(x, y, l);
 }
 
 template <int n>
-int grid(const geometry &g, int x, int y)
+int columns(const geometry &, int x, int)
 {
-    const bool stored = size_t(x * g.bpp) / 8 < g.line(); // rows are cut to whole bytes
-    return (y % n == 0 && stored) || (x < g.width && x % n == 0) ? 0 : -1;
+    return x % n ? -1 : 0;
 }
 
-template <int64_t left, int64_t top, int64_t w, int64_t h, int level>
+template <int64_t x0, int64_t y0, int64_t w, int64_t h, int level>
 int rectangle(const geometry &g, int x, int y)
 {
-    const int64_t first = left < 0 || left > g.width ? 0 : left;
-    const int64_t first_row = top < 0 || top > g.height ? 0 : top;
-    return x < g.width && x >= first && x < first + w && y >= first_row && y < first_row + h ? level
-                                                                                             : -1;
+    const int64_t left = x0 < 0 || x0 > g.width ? 0 : x0, top = y0 < 0 || y0 > g.height ? 0 : y0;
+    return x >= left && x < left + w && y >= top && y < top + h ? level : -1;
 }
 
 /// Four bands in each direction, as wide as fits, and what is left over.
 template <int (*gray)(int column, int row)>
 int bands(const geometry &g, int x, int y)
 {
-    return g.width < 4 || g.height < 4 || x >= g.width
-               ? -1
-               : gray(x / (g.width / 4), y / (g.height / 4)) & 0xFF;
+    const bool narrow = g.width < 4 || g.height < 4;
+    return narrow ? -1 : gray(x / (g.width / 4), y / (g.height / 4)) & 0xFF;
 }
 constexpr auto board = [](int column, int row) { return (column + row) % 2 * 255; };
 constexpr auto grays = [](int column, int row) { return ~((column + 4 * row) * 17); };
@@ -146,35 +139,36 @@ constexpr auto grays = [](int column, int row) { return ~((column + 4 * row) * 1
 /// In whole bytes only, and black where the pattern is deeper than the screen.
 int xor_level(const geometry &g, int x, int y, int depth)
 {
-    const int most = (1 << depth) - 1;
-    return x >= g.width * g.bpp / 8 * 8 / g.bpp ? -1
-           : depth > g.bpp                      ? 0
-                           : ((x ^ y) >> (depth == 8 ? 0 : 3) & most) * 255 / most;
+    const int most = (1 << depth) - 1, level = (x ^ y) >> (depth == 8 ? 0 : 3) & most;
+    const bool stored = x < g.width * g.bpp / 8 * 8 / g.bpp;
+    return !stored ? -1 : depth > g.bpp ? 0 : level * 255 / most;
 }
 
 constexpr int64_t most = INT32_MAX;
 // clang-format off
-const struct { const char *arguments; bool cleared; picture level = nullptr; } rows[] = {
-    {"-c", true}, {"-q", false, bands<board>}, {"-l", false, bands<grays>},
-    {"-p", false, [](const geometry &g, int x, int y) { return xor_level(g, x, y, g.bpp); }},
-    {"-c -q", true, bands<board>}, {"-l -x 9 -c", true}, // one after the other, as they are read
-    {"-a7", false, grid<7>}, {"-a-2147483648", false, grid<2>},
-    {"-a2147483647", false, grid<1 << 20>},
-    {"-d l=40,w=20,h=11 -x 3 -y 2", false, rectangle<3, 2, 20, 11, 0x40>},
-    {"-d l=1ff,w=20,h=20 -x -5 -y 10", false, rectangle<-5, 10, 20, 20, 0xFF>},
-    {"-d l=AA,w=9,h=9 -x 758 -y 5000", false, rectangle<758, 5000, 9, 9, 0xAA>},
-    {"-d l=0,w=2147483647,h=9 -x 1 -y 2", false, rectangle<1, 2, most, 9, 0>},
-    {"-d l=5c,w=2147483647,h=2147483647 -x 2147483647 -y -2147483648", false,
+const struct { const char *arguments; bool cleared; int lines = 0; picture level = nullptr; } fills[] = {
+    {"-c", true}, {"-q", false, 0, bands<board>}, {"-l", false, 0, bands<grays>},
+    {"-p", false, 0, [](const geometry &g, int x, int y) { return xor_level(g, x, y, g.bpp); }},
+    {"-c -q", true, 0, bands<board>}, {"-l -x 9 -c", true}, // in the order in which they are read
+    {"-a7", false, 7, columns<7>}, {"-a-2147483648", false, 2, columns<2>},
+    {"-a2147483647", false, 99999, columns<99999>},
+    {"-d l=40,w=20,h=11 -x 3 -y 2", false, 0, rectangle<3, 2, 20, 11, 0x40>},
+    {"-d l=1ff,w=20,h=20 -x -5 -y 10", false, 0, rectangle<-5, 10, 20, 20, 0xFF>},
+    {"-d l=AA,w=9,h=9 -x 758 -y 5000", false, 0, rectangle<758, 5000, 9, 9, 0xAA>},
+    {"-d l=0,w=2147483647,h=9 -x 1 -y 2", false, 0, rectangle<1, 2, most, 9, 0>},
+    {"-d l=5c,w=2147483647,h=2147483647 -x 2147483647 -y -2147483648", false, 0,
         rectangle<most, INT32_MIN, most, most, 0x5C>}};
 // clang-format on
 
 TEST(fills, options)
 {
-    for (const auto &[arguments, cleared, level] : rows)
+    for (const auto &[arguments, cleared, lines, level] : fills)
         for (const geometry &g : all_shapes()) {
             canvas drawn(g);
             if (cleared)
                 drawn.clear();
+            for (int y = 0; lines && y < g.height; y += lines)
+                drawn.memory.replace(size_t(y) * g.line(), g.line(), g.line(), '\0');
             if (level)
                 draw(drawn, level);
             const run_result got = virtual_panel(g).run(words(arguments));

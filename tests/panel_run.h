@@ -18,6 +18,9 @@ constexpr geometry paper = {758, 1024, 758, 1024, 8};
 /// An ordinary, a padded, a tiny and a tall screen, each at 1, 2, 4 and 8 bits, and one cut short.
 std::vector<geometry> all_shapes();
 
+constexpr char not_in_range[] =
+    "tavo: pixel_in_range> (%d, %d) pixel not in range (0..%d, 0..%d)\n";
+
 /// What the framebuffer should hold, drawn one pixel at a time over the pattern that runs start
 /// with.
 struct canvas {

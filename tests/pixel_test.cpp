@@ -73,14 +73,14 @@ TEST(pixel, blits)
 
 TEST(pixel, edges)
 {
-    const char *text = "tavo: pixel_in_range> (%d, %d) pixel not in range (0..5, 0..3)\n";
     for (int i = 0; i < 4 * 9 * 8; ++i) {
         const int x = i / 4 % 9 - 2, y = i / 36 - 2;
         picture target(5, 20, 3, 1 << i % 4), expected = target, source(3, 3, 2, 1 << i % 4);
         const surface *to = &target.shape, *from = &source.shape;
         const bool corner = x >= 0 && x <= 5 && y >= 0 && y <= 3, inside = corner && x < 5 && y < 3;
         const bool near = x >= -3 && x <= 2 && y >= -2 && y <= 1, fits = corner && near;
-        const std::string here = formatted(text, x, y), end = formatted(text, x + 3, y + 2);
+        const std::string here = formatted(not_in_range, x, y, 5, 3);
+        const std::string end = formatted(not_in_range, x + 3, y + 2, 5, 3);
         const int stored = inside ? expected.get(x, y) : 0;
         const auto ask = [&] { EXPECT_EQ(pixel_in_range(x, y, to), corner); };
         EXPECT_EQ(printed(ask), corner ? "" : here);

@@ -14,7 +14,7 @@ TEST(tool, others_see_the_same_panel)
          {" geometry 758 1024 768 2048 8\n", ": 1572864\n", " LineLength  : 768\n"})
         EXPECT_NE(got.out.find(line), std::string::npos) << line << got.out;
     canvas drawn(panel.shape), picture(paper);
-    std::string colours, gray;
+    std::string colours;
     for (canvas *c : {&drawn, &picture}) {
         c->clear();
         c->text(3, 5, "hello");

@@ -103,8 +103,8 @@ void check(const touch_row &row, const geometry &g)
     got.err = rewritten(got.err, {{"(reading: ).+\n", "$1"}});
     got.expect("0" + out + err, drawn);
     const std::string update = "update 0,0 " + g.size() + " wave=(\\d+) partial(; )?";
-    EXPECT_EQ(rewritten(got.requests, {{update, "<$1>"}, {"get-vscreeninfo; ", ""}}),
-              rewritten(out, {{">[^<]+", ">"}}));
+    got.requests = rewritten(got.requests, {{update, "<$1>"}, {"get-vscreeninfo; ", ""}});
+    EXPECT_EQ(got.requests, rewritten(out, {{">[^<]+", ">"}}));
 }
 
 TEST(touch, streams)
