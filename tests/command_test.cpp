@@ -146,12 +146,11 @@ TEST(command, dumps)
     for (const geometry &g : all_shapes()) {
         const virtual_panel panel(g);
         const int size = g.width * g.height * 2, all = int(g.buffer());
-        panel.run({"-k", "wb"})
-            .expect(formatted("0write %d byte @ADDRESS to wb\n", size), canvas(g));
+        const char *dumped = "write framebuffer(%d byte @ADDRESS) %d byte to file fb\n";
+        const std::string told = formatted("0write %d byte @ADDRESS to wb\n", size);
+        panel.run({"-k", "wb"}).expect(told, canvas(g));
         EXPECT_EQ(int(panel.read("wb").size()), size);
-        EXPECT_TRUE(panel.run({"-i", "-k", "fb"})
-                        .out.ends_with(formatted(
-                            "write framebuffer(%d byte @ADDRESS) %d byte to file fb\n", all, all)));
+        EXPECT_TRUE(panel.run({"-i", "-k", "fb"}).out.ends_with(formatted(dumped, all, all)));
         EXPECT_EQ(canvas(g).difference(panel.read("fb")), "");
     }
     const virtual_panel panel(paper);
@@ -304,8 +303,7 @@ TEST(faults, each_call_once)
                 if (std::smatch dump; std::regex_search(got.out, dump, dumped)) {
                     EXPECT_EQ(dump[1], std::to_string(panel.read(dump[2]).size()));
                 }
-                if (call.ends_with("-read") &&
-                    command[1] != 'j') { // which are finished all the same
+                if (call.ends_with("-read") && command[1] != 'j') { // nothing is missing
                     const run_result wanted = faulty_panel().run(words(command));
                     EXPECT_EQ(got.out, wanted.out);
                     EXPECT_TRUE(got.memory == wanted.memory);
