@@ -150,6 +150,7 @@ TEST(command, dumps)
         const std::string told = formatted("0write %d byte @ADDRESS to wb\n", size);
         panel.run({"-k", "wb"}).expect(told, canvas(g));
         EXPECT_EQ(int(panel.read("wb").size()), size);
+        panel.write("fb", std::string(g.buffer() + 9, 'x')); // of which nothing is left
         EXPECT_TRUE(panel.run({"-i", "-k", "fb"}).out.ends_with(formatted(dumped, all, all)));
         EXPECT_EQ(canvas(g).difference(panel.read("fb")), "");
     }

@@ -7,7 +7,7 @@
 #include <charconv>
 #include <utility>
 
-static char waiting[4096];
+static char waiting[512];
 static size_t waiting_bytes;
 
 void trace(std::string_view text)

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-/// Text for standard error, at most a line of it. It waits until 4096 bytes have come together or
+/// Text for standard error, at most a line of it. It waits until 512 bytes have come together or
 /// flush_trace is called: a write for each touch event would be dear.
 void trace(std::string_view text);
 void flush_trace();
