@@ -260,6 +260,7 @@ TEST(image, refused)
         {"none", "", ""}, {std::string(3000, 'n'), "", ""}, {"in", "", ""}, {".", "", ""},
         {"text", "no picture\n", ""}, {"in/none", "", ""}, {"/proc/self/mem", "", ""},
         {"huge.png", png, ""}, {"cut.png", png.substr(0, 16), ""},
+        {"wide.pgm", "P5 40000 1 255\n" + std::string(40000, 'x'), "too large"},
         {"wide.gif", "GIF89a\xFF\x3F\xFF\x3F" + std::string(40, '\0'), "outofmem"},
         {"jpg", huffman + std::string(5000, '\xFF'), "bad DHT header"},
         {"cut.jpg", huffman + std::string(16, '\xFF'), "bad DHT header"},

@@ -36,12 +36,12 @@ void canvas::set(int x, int y, int level)
 
 std::string canvas::difference(const std::string &actual) const
 {
-    for (size_t at = 0; at < memory.size() && actual.size() == memory.size(); ++at)
-        if (actual[at] != memory[at])
-            return formatted("%d bits, row %zu, byte %zu: %02x, not %02x", shape.bpp,
-                             at / shape.line(), at % shape.line(), actual[at] & 0xFF,
-                             memory[at] & 0xFF);
-    return formatted(actual.size() == memory.size() ? "" : "%zu bytes", actual.size());
+    const auto [drawn, stored] = std::ranges::mismatch(memory, actual);
+    const size_t at = size_t(drawn - memory.begin());
+    if (at == memory.size() && actual.size() == at)
+        return "";
+    return formatted("%d bits, %zu bytes, row %zu, byte %zu: %02x", shape.bpp, actual.size(),
+                     at / shape.line(), at % shape.line(), *stored & 0xFF);
 }
 
 void run_result::expect(const std::string &told, const canvas &drawn) const

@@ -21,8 +21,7 @@ std::vector<geometry> all_shapes();
 constexpr char not_in_range[] =
     "tavo: pixel_in_range> (%d, %d) pixel not in range (0..%d, 0..%d)\n";
 
-/// What the framebuffer should hold, drawn one pixel at a time over the pattern that runs start
-/// with.
+/// What the framebuffer should hold, drawn over the pattern that runs start with.
 struct canvas {
     explicit canvas(const geometry &g);
     /// Stores the top bits of a luminance (0..255). Pixels past the mapped bytes are left out.
@@ -40,24 +39,23 @@ struct canvas {
 
 struct run_result {
     std::string out, err; ///< addresses as @ADDRESS, the trace line of an update as <FULL 2 0>
-    /// The log in short, "update 10,20 100x50 wave=1 full; wait 42", without the open, the query,
-    /// the two maps and the close that belong to every run.
-    std::string requests, memory;
+    std::string requests; ///< the log in short, without the start and the end of every run
+    std::string memory;
     int status; ///< exit status, or 128 + signal
     std::string command;
     /// Checks the status and the streams, one after the other, and the memory.
     void expect(const std::string &told, const canvas &drawn) const;
 };
 
-/// A panel and a folder to work in; both last from run to run. The folder's file "in" is the input.
+/// A panel and a folder to work in, which last from run to run. The file "in" is the input.
 struct virtual_panel {
     explicit virtual_panel(const geometry &g, const std::string &more_settings = "");
     ~virtual_panel() { std::filesystem::remove_all(folder); }
     /// Runs the tool, for 20 seconds at most; `faults` as the panel library reads them.
     run_result run(const std::vector<std::string> &arguments, const std::string &faults = "") const;
     run_result shell(const std::string &line) const;
-    /// Runs the tool with a FIFO, the folder's file "pipe". Each piece is written when the one
-    /// before has been read, the first one when standard output holds `after`.
+    /// Each piece is written to the FIFO "pipe" when the one before has been read, the first one
+    /// when standard output holds `after`.
     run_result run_piped(const std::vector<std::string> &arguments,
                          const std::vector<std::string> &pieces,
                          const std::string &after = "") const;
