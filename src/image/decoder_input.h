@@ -6,11 +6,9 @@
 /// A file or pipe on its way into the decoder, which asks for a few bytes at a time.
 struct decoder_input {
     descriptor file;
-    uint8_t bytes[4096];         // read ahead
+    uint8_t bytes[4096] = {};    // read ahead
     size_t next = 0, filled = 0; // of them: the first that the decoder has not had; how many
     bool ended = false;          // the decoder asked for more than there was
-
-    explicit decoder_input(int open_result) : file(open_result) {}
 };
 
 /// For stbi_load_from_callbacks, with a decoder_input as the user's data.
