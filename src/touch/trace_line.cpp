@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <utility>
 
 static char waiting[512];
@@ -14,7 +15,7 @@ void trace(std::string_view text)
 {
     if (text.size() > sizeof waiting - waiting_bytes)
         flush_trace();
-    text.copy(waiting + waiting_bytes, text.size());
+    memcpy(waiting + waiting_bytes, text.data(), text.size());
     waiting_bytes += text.size();
 }
 
