@@ -125,12 +125,12 @@ TEST(command, usage)
 
 TEST(command, waveform_names)
 {
-    const auto list =
-        words("du 1 dux 1 a2 6 gc16 2 gc16x 2 gl16 3 reagl 4 reagld 5 reaglx 4 gck16 8 "
-              "glkw16 9 GC16 257 gc 257 d 257 '' 257");
-    for (size_t i = 0; i < list.size(); i += 2)
-        EXPECT_EQ(virtual_panel(paper).run({"-s", "", "-w", list[i]}).requests,
-                  in_full("all=" + list[i + 1] + " partial"));
+    std::istringstream list(
+        "du 1 dux 1 a2 6 gc16 2 gc16x 2 gl16 3 reagl 4 reagld 5 reaglx 4 gck16 8 "
+        "glkw16 9 GC16 257 gc 257 d 257 x 257");
+    for (std::string name, mode; list >> name >> mode;)
+        EXPECT_EQ(virtual_panel(paper).run({"-s", "", "-w", name}).requests,
+                  in_full("all=" + mode + " partial"));
 }
 
 TEST(command, hold_that_is_taken)
@@ -167,8 +167,7 @@ TEST(command, dumps)
 
 TEST(command, any_arguments_end_well)
 {
-    std::vector<std::vector<std::string>> vectors = {std::vector<std::string>(1000, "word"),
-                                                     std::vector<std::string>(1000, "-v")};
+    std::vector<strings> vectors = {strings(1000, "word"), strings(1000, "-v")};
     std::istringstream lines(
         "'' ''|-|-x ''|-x 99999999999999999999 -y -99999999999 -s ''|-k ''|-o|-oh|-mf|-b ''|-g ''|"
         "-j ' '|-a ''|-a 99999999999|-tf -o|-d l=FFFFFFFFFFFFFFFFF,w=99999999999,h=99999999999|"
@@ -273,7 +272,7 @@ TEST(report, devices)
 const std::string commands[] = {
     "3 5 hello",   "-c -f",        "-n -c",        "-k wb.raw",    "-i -k fb.raw",         "-i x",
     "-b dump.raw", "-b image.raw", "-o image.raw", "-g image.pgm", "-t image.pgm out.raw", "-j in"};
-const std::vector<std::string> calls = words(
+const strings calls = words(
     "open get-vscreeninfo get-fscreeninfo get-cmap map update wait get-hold set-hold release-hold "
     "get-work-buffer get-waveform-type get-material-type get-temperature read write short-read "
     "short-write eintr-read eintr-write calloc aligned_alloc");

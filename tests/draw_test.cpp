@@ -73,8 +73,7 @@ TEST(text, cells)
     for (const auto &[column, row, text, highlight] : cells)
         for (const geometry &g : all_shapes()) {
             // Numbers below 0 need "--", which counts as an operand unless a word has two letters.
-            std::vector<std::string> arguments = {"-vv", "--", std::to_string(column),
-                                                  std::to_string(row), text};
+            strings arguments = {"-vv", "--", std::to_string(column), std::to_string(row), text};
             if (highlight)
                 arguments.insert(arguments.begin(), "-h");
             canvas drawn(g);

@@ -15,44 +15,43 @@ using namespace std::string_literals;
 
 namespace {
 struct raw_image {
-    char option;
     int64_t width, height, depth, size; // depth 0: that of the screen; size: bytes in the file
     int x, y;
     std::string file(int bpp) const
     {
-        const uint32_t header[] = {uint32_t(width), uint32_t(height),
-                                   uint32_t(depth ? depth : bpp)};
-        std::string bytes(reinterpret_cast<const char *>(header), sizeof header);
+        std::string bytes;
+        for (const int64_t word : {width, height, depth ? depth : bpp})
+            for (int i = 0; i < 4; ++i)
+                bytes += char(word >> 8 * i);
         for (int64_t i = 0; i < size; ++i)
             bytes += char(i * 37 + i / 251 + 5);
         return bytes;
     }
 };
 // clang-format off
-const raw_image plain_overlay = {'o', 4, 3, 4, 6, 0, 0}, images[] = {
-    plain_overlay,
-    {'b', 2, 2, 0, 4, 10, 20}, {'b', 4, 1, 0, 4, 1, 0}, {'b', 5, 3, 0, 15, 0, 0},
-    {'b', 5, 3, 0, 15, 3, 1}, {'b', 7, 3, 0, 21, 6, 0},
+const std::vector<raw_image> bitmaps = {
+    {2, 2, 0, 4, 10, 20}, {4, 1, 0, 4, 1, 0}, {5, 3, 0, 15, 0, 0}, {5, 3, 0, 15, 3, 1},
+    {7, 3, 0, 21, 6, 0},
     // over the edges, behind them, far behind them
-    {'b', 5, 3, 0, 15, -2, -1}, {'b', 40, 600, 0, 24000, -16, -599},
-    {'b', 40, 600, 0, 24000, 735, 1000}, {'b', 758, 1024, 0, 776192, -8, -8},
-    {'b', 5, 3, 0, 15, 768, 0}, {'b', 5, 3, 0, 15, -5, 0}, {'b', 5, 3, 0, 15, 0, -3},
-    {'b', 5, 3, 0, 15, 0, 1024}, {'b', 40, 600, 0, 24000, INT32_MAX, INT32_MAX},
-    {'b', 40, 600, 0, 24000, 0, INT32_MIN}, {'b', 40, 600, 0, 24000, INT32_MIN, 0},
-    // nothing, and less than was announced
-    {'b', 5, 0, 0, 15, 0, 0}, {'b', 0, 3, 0, 15, 0, 0}, {'b', 5, 3, 0, 0, 0, 0},
-    {'b', 40, 600, 0, 1003, 0, 0}, {'b', 40, 600, 0, 13, -32, -2}, {'b', 758, 1024, 0, 500000, 0, 0},
-    // whole screens
-    {'b', 5, 3, 3, 15, 1, 1}, {'b', 759, 3, 0, 15, 1, 1}, {'b', 5, 1025, 0, 900000, 1, 1},
-    {'b', 1u << 31, 2, 0, 15, 0, 0}, {'b', UINT32_MAX, 1, UINT32_MAX, 2000000, 5, 5},
-    // overlays: inside, over the edges of the memory, far behind them
-    {'o', 4, 3, 0, 99, 10, 20}, {'o', 5, 3, 4, 99, -5, 1}, {'o', 9, 9, 1, 99, 0, 0},
-    {'o', 5, 9, 4, 99, 1, 0}, {'o', 40, 300, 4, 6000, 0, -300}, {'o', 758, 512, 4, 194048, 0, 900},
-    {'o', 758, 1024, 8, 776192, 0, 600}, {'o', 5, 3, 4, 9, INT32_MAX, INT32_MAX},
-    {'o', 5, 3, 4, 9, INT32_MIN, INT32_MIN},
+    {5, 3, 0, 15, -2, -1}, {40, 600, 0, 24000, -16, -599}, {40, 600, 0, 24000, 735, 1000},
+    {758, 1024, 0, 776192, -8, -8}, {5, 3, 0, 15, 768, 0}, {5, 3, 0, 15, -5, 0},
+    {5, 3, 0, 15, 0, -3}, {5, 3, 0, 15, 0, 1024}, {40, 600, 0, 24000, INT32_MAX, INT32_MAX},
+    {40, 600, 0, 24000, 0, INT32_MIN}, {40, 600, 0, 24000, INT32_MIN, 0},
+    // nothing, less than was announced; whole screens
+    {5, 0, 0, 15, 0, 0}, {0, 3, 0, 15, 0, 0}, {5, 3, 0, 0, 0, 0}, {40, 600, 0, 1003, 0, 0},
+    {40, 600, 0, 13, -32, -2}, {758, 1024, 0, 500000, 0, 0},
+    {5, 3, 3, 15, 1, 1}, {759, 3, 0, 15, 1, 1}, {5, 1025, 0, 900000, 1, 1},
+    {1u << 31, 2, 0, 15, 0, 0}, {UINT32_MAX, 1, UINT32_MAX, 2000000, 5, 5}};
+const raw_image plain_overlay = {4, 3, 4, 6, 0, 0};
+const std::vector<raw_image> overlays = {
+    // inside, over the edges of the memory, far behind them
+    plain_overlay, {4, 3, 0, 99, 10, 20}, {5, 3, 4, 99, -5, 1}, {9, 9, 1, 99, 0, 0},
+    {5, 9, 4, 99, 1, 0}, {40, 300, 4, 6000, 0, -300}, {758, 512, 4, 194048, 0, 900},
+    {758, 1024, 8, 776192, 0, 600}, {5, 3, 4, 9, INT32_MAX, INT32_MAX},
+    {5, 3, 4, 9, INT32_MIN, INT32_MIN},
     // nothing, less than was announced, too much
-    {'o', 0, 3, 4, 9, 0, 0}, {'o', 10, 9, 4, 0, 0, 0}, {'o', 5, 9, 4, 17, 0, 0},
-    {'o', 1, 1, UINT32_MAX, 9, 0, 0}, {'o', 759, 1, 4, 900, 0, 0}, {'o', 1, 1025, 4, 900, 0, 0}};
+    {0, 3, 4, 9, 0, 0}, {10, 9, 4, 0, 0, 0}, {5, 9, 4, 17, 0, 0}, {1, 1, UINT32_MAX, 9, 0, 0},
+    {759, 1, 4, 900, 0, 0}, {1, 1025, 4, 900, 0, 0}};
 // clang-format on
 
 /// Row by row if the header fits the screen, else as a dump.
@@ -85,26 +84,35 @@ void overlay(canvas &c, const geometry &now, const raw_image &image, const std::
                 c.memory[size_t(to)] = file[size_t(from) + 12];
 }
 
-TEST(raw, images)
+TEST(raw, bitmaps)
 {
-    for (const raw_image &image : images)
+    for (const raw_image &image : bitmaps)
         for (const geometry &g : all_shapes()) {
-            const std::string file = image.file(g.bpp), option = {'-', image.option};
-            const std::string x = formatted("-x%d", image.x), y = formatted("-y%d", image.y);
-            const bool bitmap = image.option == 'b', piped = bitmap && g.height == 600;
-            const bool fits = image.width <= g.width && image.height <= g.height;
-            canvas drawn(g);
-            if (bitmap)
-                paint(drawn, image, file);
-            for (const auto &[left, top] : {std::pair(image.x, image.y), {0, 0}})
-                if (!bitmap && fits) // first by the options, then by the operand
-                    overlay(drawn, g, image, file, left, top);
+            const std::string file = image.file(g.bpp), name = g.height == 600 ? "pipe" : "in";
             const virtual_panel panel(g);
+            canvas drawn(g);
+            paint(drawn, image, file);
             panel.write("in", file);
-            const run_result got = piped ? panel.run_piped({option, "pipe", x, y}, {file})
-                                         : panel.run({option, "in", x, y});
+            strings call = {"-b", name, formatted("-x%d", image.x), formatted("-y%d", image.y)};
+            const run_result got = name == "in" ? panel.run(call) : panel.run_piped(call, {file});
+            got.expect("0<PARTIAL 2 0>", drawn);
+        }
+}
+
+TEST(raw, overlays) // drawn at the place of the options, then at that of the operands
+{
+    for (const raw_image &image : overlays)
+        for (const geometry &g : all_shapes()) {
+            const bool fits = image.width <= g.width && image.height <= g.height;
             const std::string told = fits ? "<FULL 2 0>" : "Bad image dimensions!\n<FULL 2 0>";
-            got.expect("0" + (bitmap ? "<PARTIAL 2 0>" : told + told), drawn);
+            const virtual_panel panel(g);
+            canvas drawn(g);
+            for (const auto &[x, y] : {std::pair(image.x, image.y), {0, 0}})
+                if (fits)
+                    overlay(drawn, g, image, image.file(g.bpp), x, y);
+            panel.write("in", image.file(g.bpp));
+            panel.run({"-o", "in", formatted("-x%d", image.x), formatted("-y%d", image.y)})
+                .expect("0" + told + told, drawn);
         }
 }
 
@@ -130,8 +138,8 @@ TEST(raw, messages)
             "get-vscreeninfo:2", {{0, 0}}},
         {"-o none", "", "1" + none + none}, {"-o .", "", "0" + head + head},
         {"-o in", unread, "0" + head + head}, {"-o /dev/zero", "", "0" + twice},
-        {"-o in", raw_image{'o', 65536, 65536, 8, 9, 0, 0}.file(8), "0" + twice},
-        {"-o in", raw_image{'o', 3, 3, UINT32_MAX, 9, 0, 0}.file(8), "0" + twice},
+        {"-o in", raw_image{65536, 65536, 8, 9, 0, 0}.file(8), "0" + twice},
+        {"-o in", raw_image{3, 3, UINT32_MAX, 9, 0, 0}.file(8), "0" + twice},
         {"-b none", "", "1" + none + "P", "again; 0,0 50x50 partial"},
         {"-b /proc/self/mem", "", "0" + head + "P", "again; 0,0 50x50 partial"},
         {"-b in", unread, "0" + head + "P", "again; 0,0 50x50 partial"}};
@@ -188,8 +196,8 @@ void check(const geometry &g, const picture &p, int x, int y)
     file.memory = file.memory.substr(0, g.screen()) + old.substr(old.empty() ? 0 : g.screen());
     EXPECT_EQ(file.difference(panel.read("new")), "") << p.path;
     p.paint(drawn, x, y);
-    panel.run({"-g", p.path, formatted("-x%d", x), formatted("-y%d", y)})
-        .expect("0<PARTIAL 2 0>", drawn);
+    const strings shown = {"-g", p.path, formatted("-x%d", x), formatted("-y%d", y)};
+    panel.run(shown).expect("0<PARTIAL 2 0>", drawn);
 }
 
 /// Components, name, and how ImageMagick makes the file of a picture with alpha.
@@ -295,11 +303,10 @@ TEST(image, pipes_and_outputs)
 {
     const virtual_panel panel({40, 30, 48, 30, 4});
     canvas drawn(panel.shape);
+    const std::string told = "1tavo: decompress_image_to_file> ";
     panel.write("in", "P5 1 1 255\nx");
-    panel.run({"-t", "in", "/dev/full"})
-        .expect("1tavo: decompress_image_to_file> Error writing to file\n", drawn);
-    panel.run({"-t", "none", "state"})
-        .expect("1tavo: decompress_image_to_file> Cannot open output file state\n", drawn);
+    panel.run({"-t", "in", "/dev/full"}).expect(told + "Error writing to file\n", drawn);
+    panel.run({"-t", "none", "state"}).expect(told + "Cannot open output file state\n", drawn);
     drawn.memory[0] = '\x1E';
     const run_result got = panel.run_piped({"-g", "pipe"}, {"P5 2 1 255\n\x12\xEF"});
     got.expect("0<PARTIAL 2 0>", drawn);

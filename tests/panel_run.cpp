@@ -14,10 +14,11 @@ std::vector<geometry> all_shapes()
 {
     // The last pixel of the first one lies behind its memory, which ends with a page.
     std::vector<geometry> all = {{8193, 4, 8193, 4, 1}};
-    for (int bpp : {1, 2, 4, 8})
-        for (geometry g :
-             {paper, {758, 1024, 768, 2048, 8}, {5, 3, 8, 3, 8}, {40, 600, 40, 600, 8}})
-            all.push_back({g.width, g.height, g.virtual_width, g.virtual_height, bpp});
+    for (int b : {1, 2, 4, 8})
+        all.insert(all.end(), {{758, 1024, 758, 1024, b},
+                               {758, 1024, 768, 2048, b},
+                               {5, 3, 8, 3, b},
+                               {40, 600, 40, 600, b}});
     return all;
 }
 
@@ -36,12 +37,11 @@ void canvas::set(int x, int y, int level)
 
 std::string canvas::difference(const std::string &actual) const
 {
-    const auto [drawn, stored] = std::ranges::mismatch(memory, actual);
-    const size_t at = size_t(drawn - memory.begin());
+    const size_t at = size_t(std::ranges::mismatch(memory, actual).in1 - memory.begin());
     if (at == memory.size() && actual.size() == at)
         return "";
     return formatted("%d bits, %zu bytes, row %zu, byte %zu: %02x", shape.bpp, actual.size(),
-                     at / shape.line(), at % shape.line(), *stored & 0xFF);
+                     at / shape.line(), at % shape.line(), actual.c_str()[at] & 0xFF);
 }
 
 void run_result::expect(const std::string &told, const canvas &drawn) const
@@ -50,9 +50,9 @@ void run_result::expect(const std::string &told, const canvas &drawn) const
     EXPECT_EQ(drawn.difference(memory), "") << command;
 }
 
-std::vector<std::string> words(const std::string &line)
+strings words(const std::string &line)
 {
-    std::vector<std::string> all;
+    strings all;
     std::istringstream in(line);
     for (std::string word; in >> std::quoted(word, '\'');)
         all.push_back(word);
@@ -111,23 +111,19 @@ run_result virtual_panel::shell(const std::string &line) const
     return {out, err, requests, read("state/memory"), ended, call};
 }
 
-run_result virtual_panel::run(const std::vector<std::string> &arguments,
-                              const std::string &faults) const
+run_result virtual_panel::run(const strings &arguments, const std::string &faults) const
 {
     // The library is for the tool alone: an emulator hands it on to its guest.
-    const std::string emulator = TAVO_EMULATOR, preload = "LD_PRELOAD=" PANEL_LIBRARY " ";
-    std::string line =
-        "exec timeout 20 env ASAN_OPTIONS=verify_asan_link_order=0 TAVO_PANEL_STATE=" + folder +
-        "/state TAVO_PANEL_FAIL='" + faults + "' " +
-        (emulator.empty() ? preload : rewritten(emulator, {{"^\\S+", "$& -E " + preload}}) + " ") +
-        TAVO_BINARY;
+    const std::string emulator = rewritten(TAVO_EMULATOR " ", {{"^\\S+", "$& -E "}});
+    std::string line = "exec timeout 20 env ASAN_OPTIONS=verify_asan_link_order=0 ";
+    line += "TAVO_PANEL_STATE=" + folder + "/state TAVO_PANEL_FAIL='" + faults + "' " +
+            rewritten(emulator, {{"-E |^ ", "$& LD_PRELOAD=" PANEL_LIBRARY " "}}) + TAVO_BINARY;
     for (const std::string &word : arguments)
         line += " '" + rewritten(word, {{"'", "'\\''"}}) + "'";
     return shell(line);
 }
 
-run_result virtual_panel::run_piped(const std::vector<std::string> &arguments,
-                                    const std::vector<std::string> &pieces,
+run_result virtual_panel::run_piped(const strings &arguments, const strings &pieces,
                                     const std::string &after) const
 {
     const std::string path = folder + "/pipe";

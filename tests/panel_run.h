@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+using strings = std::vector<std::string>;
+
 /// Visible size and size of the whole buffer in pixels, bits per pixel.
 struct geometry {
     int width, height, virtual_width, virtual_height, bpp;
@@ -52,12 +54,11 @@ struct virtual_panel {
     explicit virtual_panel(const geometry &g, const std::string &more_settings = "");
     ~virtual_panel() { std::filesystem::remove_all(folder); }
     /// Runs the tool, for 20 seconds at most; `faults` as the panel library reads them.
-    run_result run(const std::vector<std::string> &arguments, const std::string &faults = "") const;
+    run_result run(const strings &arguments, const std::string &faults = "") const;
     run_result shell(const std::string &line) const;
     /// Each piece is written to the FIFO "pipe" when the one before has been read, the first one
     /// when standard output holds `after`.
-    run_result run_piped(const std::vector<std::string> &arguments,
-                         const std::vector<std::string> &pieces,
+    run_result run_piped(const strings &arguments, const strings &pieces,
                          const std::string &after = "") const;
     std::string read(const std::string &name) const; ///< "" if missing
     void write(const std::string &name, const std::string &content) const;
@@ -74,6 +75,6 @@ std::string formatted(const char *format, values... all)
     return snprintf(text, sizeof text, format, all...), text;
 }
 /// Splits at blanks; '' is an empty word and 'a b' one word.
-std::vector<std::string> words(const std::string &line);
+strings words(const std::string &line);
 /// Applies regular expressions and what replaces their matches, in this order.
 std::string rewritten(std::string text, const std::vector<std::pair<std::string, std::string>> &);
