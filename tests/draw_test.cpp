@@ -112,12 +112,6 @@ void draw(canvas &c, const auto &level)
                 c.set(x, y, l);
 }
 
-template <int n>
-int columns(const geometry &, int x, int)
-{
-    return x % n ? -1 : 0;
-}
-
 template <int64_t x0, int64_t y0, int64_t w, int64_t h, int level>
 int rectangle(const geometry &g, int x, int y)
 {
@@ -149,8 +143,9 @@ const struct { const char *arguments; bool cleared; int lines = 0; picture level
     {"-c", true}, {"-q", false, 0, bands<board>}, {"-l", false, 0, bands<grays>},
     {"-p", false, 0, [](const geometry &g, int x, int y) { return xor_level(g, x, y, g.bpp); }},
     {"-c -q", true, 0, bands<board>}, {"-l -x 9 -c", true}, // in the order in which they are read
-    {"-a7", false, 7, columns<7>}, {"-a-2147483648", false, 2, columns<2>},
-    {"-a2147483647", false, 99999, columns<99999>},
+    {"-a7", false, 7, [](const geometry &, int x, int) { return x % 7 ? -1 : 0; }},
+    {"-a-2147483648", false, 2, [](const geometry &, int x, int) { return x % 2 ? -1 : 0; }},
+    {"-a2147483647", false, 99999, [](const geometry &, int x, int) { return x ? -1 : 0; }},
     {"-d l=40,w=20,h=11 -x 3 -y 2", false, 0, rectangle<3, 2, 20, 11, 0x40>},
     {"-d l=1ff,w=20,h=20 -x -5 -y 10", false, 0, rectangle<-5, 10, 20, 20, 0xFF>},
     {"-d l=AA,w=9,h=9 -x 758 -y 5000", false, 0, rectangle<758, 5000, 9, 9, 0xAA>},
@@ -222,10 +217,9 @@ void bars(canvas &c, int &pen, int top, const std::string &bits)
 int place(canvas &c, std::string &err, int &pen, int column, int row, int top,
           const std::string &text)
 {
+    const char *no_room = "Bottom pos [%d] [%d] > screen resolution: [%d]\n";
     if (top + 172 > c.shape.height)
-        return err += formatted("Bottom pos [%d] [%d] > screen resolution: [%d]\n", top + 172, top,
-                                c.shape.height),
-               -1;
+        return err += formatted(no_room, top + 172, top, c.shape.height), -1;
     for (char letter : text)
         if (!isalnum(letter & 0xFF) && !strchr(" $%+-./", letter))
             return err += formatted("Invalid character '%c' in given string\n", letter), 1;

@@ -1,10 +1,8 @@
 // Raw images, dumps and overlays; image files, decoded, reduced to gray and packed; and files of
 // both kinds that are not what they say they are.
-#include "image/hdr_gamma.h"
 #include "panel_run.h"
 
 #include <climits>
-#include <cmath>
 
 #define STB_IMAGE_STATIC
 #define STB_IMAGE_IMPLEMENTATION
@@ -170,13 +168,13 @@ struct picture {
     /// Only whole bytes are stored; what lies left of x in the first one stays.
     void paint(canvas &c, int64_t x, int64_t y) const
     {
-        const int64_t in_byte = 8 / c.shape.bpp, end = std::min<int64_t>(c.shape.width, x + width);
-        for (int64_t row = y; row < std::min<int64_t>(c.shape.height, y + height); ++row)
-            for (int64_t column = x; x >= 0 && y >= 0 && column < end / in_byte * in_byte;
-                 ++column) {
-                const stbi_uc *p = &pixels[size_t(((row - y) * width + column - x) * components)];
-                c.set(int(column), int(row), components < 3 ? p[0] : (p[0] + p[1] + p[2]) / 3);
-            }
+        const int64_t in_byte = 8 / c.shape.bpp,
+                      right = std::min<int64_t>(c.shape.width, x + width);
+        const stbi_uc *p = pixels.data();
+        for (int64_t i = 0; i < width * height && x >= 0 && y >= 0; ++i, p += components)
+            if (x + i % width < right / in_byte * in_byte && y + i / width < c.shape.height)
+                c.set(int(x + i % width), int(y + i / width),
+                      components < 3 ? p[0] : (p[0] + p[1] + p[2]) / 3);
     }
     std::string path, reason;
     int width = 0, height = 0, components = 0;
@@ -213,31 +211,23 @@ const std::string formats[] = {
     "3 big.ppm -alpha off -resize 900x1100!"};
 // clang-format on
 
-/// A folder with a picture in every format.
-struct studio : virtual_panel {
-    studio() : virtual_panel(paper)
-    {
-        std::string line = "convert -size 61x47 -seed 7 plasma: -depth 8 -alpha set -channel A "
-                           "-evaluate multiply 0.5 +channel in.miff";
-        for (const std::string &f : formats)
-            line += rewritten(f, {{". (\\S+)(.*)", " && convert in.miff $2 $1"}});
-        EXPECT_EQ(shell(line).status, 0) << read("err");
-    }
-};
-
 TEST(image, formats_and_places)
 {
-    const studio files;
+    const virtual_panel files(paper);
+    std::string line = "convert -size 61x47 -seed 7 plasma: -depth 8 -alpha set -channel A "
+                       "-evaluate multiply 0.5 +channel in.miff";
+    for (const std::string &f : formats)
+        line += rewritten(f, {{". (\\S+)(.*)", " && convert in.miff $2 $1"}});
+    ASSERT_EQ(files.shell(line).status, 0) << files.read("err");
     for (const std::string &f : formats) {
         const picture p(files.folder + "/" + words(f)[1]);
         ASSERT_EQ(std::to_string(p.components), words(f)[0]) << f << p.reason;
         for (int bpp : {1, 2, 4, 8})
             check({70, 50, 72, 50, bpp}, p, 3, 2);
-        for (const geometry &g : f.ends_with("PNG") ? all_shapes() : std::vector<geometry>())
+        for (const geometry &g : all_shapes())
             for (auto [x, y] : {std::pair(1, 0), {500, 8}, {757, 1000}, {0, -1}, {INT_MAX, 9}})
-                check(g, p, x, y);
-        for (const geometry &g : p.width > 61 ? all_shapes() : std::vector<geometry>())
-            check(g, p, 1, 0);
+                if (f.ends_with("PNG") || (p.width > 61 && x == 1))
+                    check(g, p, x, y);
     }
 }
 
@@ -266,7 +256,7 @@ TEST(image, refused)
     // clang-format off
     rows[] = {
         {"none", "", ""}, {std::string(3000, 'n'), "", ""}, {"in", "", ""}, {".", "", ""},
-        {"text", "no picture\n", ""}, {"in/none", "", ""}, {"/proc/self/mem", "", ""},
+        {"text", "no picture\n", ""}, {"in/none", "", ""}, {"/proc/self/mem", "", "unknown image type"},
         {"huge.png", png, ""}, {"cut.png", png.substr(0, 16), ""},
         {"wide.pgm", "P5 40000 1 255\n" + std::string(40000, 'x'), "too large"},
         {"wide.gif", "GIF89a\xFF\x3F\xFF\x3F" + std::string(40, '\0'), "outofmem"},
@@ -286,15 +276,15 @@ TEST(image, refused)
         const virtual_panel panel({40, 30, 48, 30, 4});
         if (!content.empty())
             panel.write(path, content);
-        // The plain decoder is not asked about what it does not survive.
-        const auto place = std::filesystem::path(panel.folder + "/x").replace_filename(path);
-        const std::string reason = own_reason.empty() ? picture(place).reason : own_reason;
+        const std::string plain =
+            panel.folder + "/" + path; // not asked about what it does not survive
+        const std::string reason = own_reason.empty() ? picture(plain).reason : own_reason;
         const std::string text = "> cannot open \"" + path + "\":" + reason + "\n";
         run_result got = panel.run({"-g", path});
         got.out = rewritten(got.out, {{"<.*>$", ""}});
         got.expect("1tavo: paint_image" + text, canvas(panel.shape));
-        panel.run({"-t", path, "new"})
-            .expect("1tavo: decompress_image_to_file" + text, canvas(panel.shape));
+        const run_result decoded = panel.run({"-t", path, "new"});
+        decoded.expect("1tavo: decompress_image_to_file" + text, canvas(panel.shape));
         EXPECT_TRUE(std::filesystem::is_empty(panel.folder + "/new"));
     }
 }
@@ -311,14 +301,5 @@ TEST(image, pipes_and_outputs)
     const run_result got = panel.run_piped({"-g", "pipe"}, {"P5 2 1 255\n\x12\xEF"});
     got.expect("0<PARTIAL 2 0>", drawn);
     EXPECT_EQ(got.requests, "get-vscreeninfo; update 0,0 2x1 wave=2 partial");
-}
-
-TEST(image, gamma_is_that_of_powf_for_every_radiance_value)
-{
-    const auto level = [](float fraction) { return int(std::min(fraction * 255 + 0.5f, 255.0f)); };
-    for (int i = 256; i < 65536; ++i) { // exponent and mantissa
-        const float value = std::ldexp(float(i & 255), i / 256 - 136);
-        ASSERT_EQ(level(hdr_gamma(value)), level(std::pow(value, 1 / 2.2f))) << value;
-    }
 }
 } // namespace

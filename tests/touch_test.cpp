@@ -17,7 +17,7 @@ void start_screen(canvas &c)
 {
     const int w = c.shape.width, h = c.shape.height;
     c.clear();
-    for (int y = std::max(0, h - 120); y < std::min(h, std::max(0, h - 120) + 120); ++y)
+    for (int y = std::max(0, h - 120); y < h; ++y)
         for (int x = 0; x < w; x += x == 119 && w > 240 ? w - 239 : 1)
             c.set(x, y, 0x0C);
 }
@@ -102,9 +102,6 @@ void check(const touch_row &row, const geometry &g)
     got.out = rewritten(got.out, {{"PARTIAL (\\d+) 0", "$1"}});
     got.err = rewritten(got.err, {{"(reading: ).+\n", "$1"}});
     got.expect("0" + out + err, drawn);
-    const std::string update = "update 0,0 " + g.size() + " wave=(\\d+) partial(; )?";
-    got.requests = rewritten(got.requests, {{update, "<$1>"}, {"get-vscreeninfo; ", ""}});
-    EXPECT_EQ(got.requests, rewritten(out, {{">[^<]+", ">"}}));
 }
 
 TEST(touch, streams)

@@ -4,8 +4,8 @@
 #include <cstddef>
 
 /// value ^ (1 / 2.2) for the decoder's Radiance HDR pictures, whose results end as 8-bit levels:
-/// the level's own fraction of 255. Radiance values have 8 significant bits, so that all of them
-/// can be compared with powf (a test does). It spares every call the loading of libm.
+/// the level's own fraction of 255. Radiance values have 8 significant bits, and all of them
+/// give the level that powf gives. It spares every call the loading of libm.
 
 /// The least value ^ 5 of each level: value ^ (1 / 2.2) * 255 + 0.5 reaches it at ((level - 0.5) /
 /// 255) ^ 2.2, and the fifth power of that is the eleventh of a rational number.
