@@ -103,8 +103,8 @@ TEST(pixel, refusals)
         EXPECT_EQ(printed([&] { translate_pixel(get_pixel(0, 0, &bad), 0, &bad, &good); }),
                   message + message);
         EXPECT_EQ(printed([&] { translate_pixel(0, 0, &good, &bad); }), message);
+        EXPECT_EQ(printed([&] { translate_pixel(0, 0, &bad, nullptr); }), "");
     }
-    translate_pixel(0, 0, nullptr, &good);
-    translate_pixel(pixel_in_range(0, 0, nullptr), 0, &good, nullptr);
+    translate_pixel(pixel_in_range(0, 0, nullptr), 0, nullptr, &good);
 }
 } // namespace
