@@ -85,6 +85,34 @@ void update_fields(void *argument, field_text &fields)
              reserved ? " reserved" : "");
 }
 
+// How long paper takes, in milliseconds: nominal times, as makers of panels publish them.
+int panel_time(const update_record &update)
+{
+    switch (update.wave_mode) {
+    case 1: // du
+        return 260;
+    case 6: // a2
+        return 120;
+    default: // sixteen grays
+        return update.update_mode == 1 ? 600 : 450;
+    }
+}
+
+bool on_screen(const update_record &update)
+{
+    return update.left >= 0 && update.top >= 0 && update.width > 0 && update.height > 0 &&
+           int64_t(update.left) + update.width <= current.visible.width &&
+           int64_t(update.top) + update.height <= current.visible.height;
+}
+
+void update_result(void *argument, int error, field_text &remark)
+{
+    if (error == 0)
+        snprintf(remark, sizeof remark, ", %d ms", panel_time(fetch<update_record>(argument)));
+    else if (error == EINVAL)
+        snprintf(remark, sizeof remark, ", outside the screen");
+}
+
 // The products are taken in 32 bits, as drivers do.
 
 uint32_t row_bytes()
@@ -179,11 +207,13 @@ int answer_colour_map(void *argument)
 }
 
 // Shows the region on the glass the way its waveform mode would: two levels for du (1) and a2 (6),
-// sixteen for every other. What lies outside the visible screen is cut off. Depths other than 1,
-// 2, 4 and 8 show nothing.
+// sixteen for every other. Of a region that may reach outside the screen the part inside is shown.
+// Depths other than 1, 2, 4 and 8 show nothing.
 int answer_update(void *argument)
 {
     const auto update = fetch<update_record>(argument);
+    if (!current.any_regions && !on_screen(update))
+        return EINVAL;
     const pixel_size &visible = current.visible;
     const int64_t left = std::max(update.left, 0), top = std::max(update.top, 0);
     const int64_t right = std::min<int64_t>(int64_t(update.left) + update.width, visible.width);
@@ -261,6 +291,7 @@ struct request {
     const char *name;
     void (*describe)(void *argument, field_text &fields);
     int (*answer)(void *argument);
+    void (*describe_result)(void *argument, int error, field_text &remark) = nullptr;
 };
 
 // clang-format off
@@ -268,7 +299,7 @@ constexpr request requests[] = {
     {0x00004600, true,  "get-vscreeninfo",   no_fields,     answer_variable_information},
     {0x00004602, true,  "get-fscreeninfo",   no_fields,     answer_fixed_information},
     {0x00004604, true,  "get-cmap",          cmap_fields,   answer_colour_map},
-    {0x4050462e, true,  "update",            update_fields, answer_update},
+    {0x4050462e, true,  "update",            update_fields, answer_update, update_result},
     {0xc008462f, true,  "wait",              marker_field,  answer_wait},
     {0x40044634, true,  "get-hold",          word_field,    answer_get_hold},
     {0x40044633, false, "set-hold",          value_field,   hold<'1'>},
@@ -288,9 +319,9 @@ bool have_settings()
 
 } // namespace
 
-int report(const char *name, const char *fields, int error)
+int report(const char *name, const char *fields, int error, const char *remark)
 {
-    log_line("%s%s -> %d", name, fields, error ? -1 : 0);
+    log_line("%s%s -> %d%s", name, fields, error ? -1 : 0, remark);
     if (error == 0)
         return 0;
     errno = error;
@@ -331,7 +362,10 @@ int answer_request(uint32_t number, void *argument)
     int error = fails(found->name) || !have_settings() ? EIO : no_address ? EFAULT : 0;
     if (error == 0)
         error = found->answer(argument);
-    return report(found->name, fields, error);
+    field_text remark = "";
+    if (found->describe_result && !no_address)
+        found->describe_result(argument, error, remark);
+    return report(found->name, fields, error, remark);
 }
 
 int map_error(size_t length, uint64_t offset)

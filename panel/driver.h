@@ -19,5 +19,6 @@ int answer_request(uint32_t number, void *argument);
 /// 0, or the errno with which the driver refuses to map that part of the memory.
 int map_error(size_t length, uint64_t offset);
 
-/// Writes the log line "NAME FIELDS -> RESULT"; `error` 0 is success. Returns 0, or -1 and errno.
-int report(const char *name, const char *fields, int error);
+/// Writes the log line "NAME FIELDS -> RESULT REMARK"; `error` 0 is success. Returns 0, or -1 and
+/// errno.
+int report(const char *name, const char *fields, int error, const char *remark = "");

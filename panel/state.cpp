@@ -116,6 +116,10 @@ bool set_setting(panel_settings &settings, const char *key, const char *word)
 {
     if (strcmp(key, "id") == 0)
         return snprintf(settings.id, sizeof settings.id, "%s", word) < int(sizeof settings.id);
+    if (strcmp(key, "regions") == 0) {
+        settings.any_regions = strcmp(word, "any") == 0;
+        return settings.any_regions || strcmp(word, "screen") == 0;
+    }
     for (const setting_row &row : rows_of(settings))
         if (strcmp(key, row.key) == 0)
             return take_numbers(word, row);
@@ -149,7 +153,8 @@ bool write_settings(panel_settings settings)
     const state_file file("panel", O_WRONLY | O_CREAT | O_TRUNC);
     if (file.fd < 0)
         return false;
-    bool written = dprintf(file.fd, "id %s\n", settings.id) > 0;
+    bool written = dprintf(file.fd, "id %s\nregions %s\n", settings.id,
+                           settings.any_regions ? "any" : "screen") > 0;
     for (const setting_row &row : rows_of(settings)) {
         if (row.numbers[3] && settings.second_visible == pixel_size{})
             continue;
@@ -220,8 +225,10 @@ bool fails(const char *name)
     const char *list = getenv("TAVO_PANEL_FAIL");
     for (; list; list = strchr(list, ' ')) {
         list += strspn(list, " ");
-        if (covers(list, name, call))
+        if (covers(list, name, call)) {
+            log_line("fault %s:%lu", name, call);
             return true;
+        }
     }
     return false;
 }

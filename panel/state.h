@@ -25,6 +25,7 @@ struct panel_settings {
     uint32_t type = 0, visual = 3; // FB_TYPE_PACKED_PIXELS, FB_VISUAL_PSEUDOCOLOR
     uint32_t waveform_type = 8, material_type = 1;
     uint32_t temperature = 25; // degrees Celsius, two's complement
+    bool any_regions = false;  // updates may reach outside the screen: "regions any"
     // What the second and later reads of the variable information report; 0x0: the same again.
     pixel_size second_visible, second_buffer;
 };
@@ -68,7 +69,8 @@ struct state_file {
 [[gnu::format(printf, 1, 2)]] void log_line(const char *format, ...);
 
 /// Counts a call of `name` (a literal) in this process, and tells whether $TAVO_PANEL_FAIL wants
-/// it to fail: blank-separated NAME, NAME:N, NAME:FIRST-LAST or NAME:FIRST-, counted from 1.
+/// it to fail: blank-separated NAME, NAME:N, NAME:FIRST-LAST or NAME:FIRST-, counted from 1. A
+/// fault is logged as "fault NAME:N".
 bool fails(const char *name);
 
 /// How often `fails` was asked for `name`.

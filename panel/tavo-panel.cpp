@@ -33,6 +33,7 @@ into the panel's memory; nothing shows on its glass until an update request arri
   --bpp N            bits per pixel (8)
   --mm WxH           size of the glass in millimetres (122x165)
   --second-size WxH[/VWxVH]  what the second and later reads of the size report
+  --regions any      updates may reach outside the screen (screen: the driver refuses them)
   --state DIR        keep the panel in this folder; made when missing. Its settings stay as they
                      are, but for those given here. Without it the panel ends with the command.
   --png FILE         at the end, write what the glass shows
@@ -59,13 +60,14 @@ Examples:
 )";
 
 // The first options are settings, under the names that they have in the `panel` file.
-enum option_row { size_row, state_row = 5, png_row, fail_row, trace_row, help_row, option_rows };
+enum option_row { size_row, state_row = 6, png_row, fail_row, trace_row, help_row, option_rows };
 constexpr option option_names[] = {
     {"size", required_argument, nullptr, 0},
     {"virtual", required_argument, nullptr, 0},
     {"bpp", required_argument, nullptr, 0},
     {"mm", required_argument, nullptr, 0},
     {"second-size", required_argument, nullptr, 0},
+    {"regions", required_argument, nullptr, 0},
     {"state", required_argument, nullptr, 0},
     {"png", required_argument, nullptr, 0},
     {"fail", required_argument, nullptr, 0},

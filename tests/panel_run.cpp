@@ -71,8 +71,8 @@ virtual_panel::virtual_panel(const geometry &g, const std::string &more_settings
 {
     folder = "/tmp/tavo-test-XXXXXX";
     std::filesystem::create_directory(mkdtemp(folder.data()) + std::string("/state"));
-    write("state/panel", formatted("size %dx%d\nvirtual %dx%d\nbpp %d\n", g.width, g.height,
-                                   g.virtual_width, g.virtual_height, g.bpp) +
+    write("state/panel", formatted("size %dx%d\nvirtual %dx%d\nbpp %d\nregions any\n", g.width,
+                                   g.height, g.virtual_width, g.virtual_height, g.bpp) +
                              more_settings);
     write("state/memory", canvas(g).memory);
     write("in", "");
@@ -101,6 +101,7 @@ run_result virtual_panel::shell(const std::string &line) const
         {"open -> 0\nget-vscreeninfo -> 0\nmap " + std::to_string(shape.screen()) + mapped +
              "map " + std::to_string(shape.buffer()) + mapped, ""},
         {"close -> 0\n\\(not closed\\)\n", ""}, {"wait marker=42 -> 0", "wait 42"},
+        {", \\d+ ms\n", "\n"}, {"(^|\n)fault.*(?=\n)", "$1"}, {"\n\n+", "\n"}, {"^\n", ""},
         {" marker=42 temperature=4096 flags=0 tail=1,2 -> 0\n", "\n"},
         {" -> 0\n", "\n"}, {"\n$", ""}, {"\n", "; "}});
     // clang-format on
