@@ -22,6 +22,7 @@
 #include "usage_text.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <iterator>
@@ -202,6 +203,8 @@ static void occupy_standard_streams()
 
 int main(int argc, char **argv)
 {
+    // A reader of our output that has gone costs a line of text, never an update or a release.
+    signal(SIGPIPE, SIG_IGN);
     if (argc < 2) {
         print("%s\n", usage_text);
         return 1;
