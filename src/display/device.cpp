@@ -37,16 +37,18 @@ static int fail()
 }
 
 /// The visible screen. A driver that contradicts itself, with more pixels to a row than its storage
-/// has or sizes whose product overflows, gets a screen that ends where the mapping does.
+/// has or sizes whose product overflows, gets a screen that ends where its line and the mapping do.
 static surface mapped_screen()
 {
     const framebuffer &device = display_device;
     const fb_var_screeninfo &info = var_info;
-    const uint32_t mapped_rows =
+    const uint32_t bpp = info.bits_per_pixel;
+    const uint32_t stride = info.xres_virtual * bpp / bpp; // what is left of it in line_bytes
+    const uint32_t rows =
         device.line_bytes == 0 ? info.yres : device.screen_bytes / device.line_bytes;
-    return {int32_t(std::min(info.xres, info.xres_virtual)), int32_t(info.xres_virtual),
-            int32_t(std::min(info.yres, mapped_rows)), int32_t(info.bits_per_pixel),
-            device.screen_map};
+    constexpr uint32_t most = INT32_MAX;
+    return {int32_t(std::min({info.xres, stride, most})), int32_t(std::min(stride, most)),
+            int32_t(std::min({info.yres, rows, most})), int32_t(bpp), device.screen_map};
 }
 
 int open_device()

@@ -134,10 +134,11 @@ static void overlay_rows(const descriptor &file, int32_t x, int32_t y, const raw
     for (uint64_t r = 0; r < height; ++r) {
         const uint64_t begin = r * width / 2;
         const int64_t pixel = x + int64_t{var_info.xres_virtual} * (y + int64_t(r));
+        const int64_t to = area + floor_division(pixel, 2);
         const uint64_t bytes = std::min(width / 2, size - std::min(begin, size));
-        if (bytes == 0 || !skip_bytes(file.fd, begin - consumed) ||
-            !read_row(file, area + floor_division(pixel, 2), int64_t(bytes), 0,
-                      display_device.screen_bytes))
+        if (bytes == 0 || to >= int64_t{display_device.screen_bytes} ||
+            !skip_bytes(file.fd, begin - consumed) ||
+            !read_row(file, to, int64_t(bytes), 0, display_device.screen_bytes))
             return;
         consumed = begin + bytes;
     }
