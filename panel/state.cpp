@@ -28,7 +28,7 @@ std::array<setting_row, 10> rows_of(panel_settings &settings)
     // clang-format off
     return {{
         {"size",          1, longest_side, {&settings.visible.width, &settings.visible.height}},
-        {"virtual",       1, longest_side, {&settings.buffer.width, &settings.buffer.height}},
+        {"virtual",       1, UINT32_MAX,   {&settings.buffer.width, &settings.buffer.height}},
         {"mm",            0, UINT32_MAX,
          {&settings.millimetres.width, &settings.millimetres.height}},
         {"bpp",           1, 32,           {&settings.bpp}},

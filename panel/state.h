@@ -14,7 +14,7 @@ struct pixel_size {
     bool operator==(const pixel_size &) const = default;
 };
 
-constexpr uint32_t longest_side = 16384; // pixels, of the visible and of the virtual size
+constexpr uint32_t longest_side = 65535; // pixels, of the visible size
 
 struct panel_settings {
     pixel_size visible = {758, 1024};
