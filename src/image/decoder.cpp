@@ -3,8 +3,6 @@
 #include "image/decoder_memory.h"
 #include "image/hdr_gamma.h"
 
-#include <math.h> // before pow becomes a macro
-
 #define STB_IMAGE_IMPLEMENTATION
 #define STBI_MALLOC(size) decoder_allocate(size)
 #define STBI_REALLOC_SIZED(block, old_size, size) decoder_reallocate(block, old_size, size)
@@ -12,7 +10,7 @@
 #define STBI_MAX_DIMENSIONS decoder_most_pixels_a_side
 #define STBI_NO_THREAD_LOCALS
 #define STBI_NO_LINEAR // floating-point output, which nobody asks for; 8-bit HDR stays
-#define pow(value, exponent) hdr_gamma(value)
+#define STBI_HDR_GAMMA(value) hdr_gamma(value) // of the patched header
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wall"
