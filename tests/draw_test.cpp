@@ -1,6 +1,4 @@
-// What is drawn, against plain pictures: text and scrolling, fills and test patterns, barcodes.
-#include "display/device.h"
-#include "draw/fills.h"
+// What is drawn, against plain pictures: text and scrolling, barcodes.
 #include "panel_run.h"
 
 #include <cstring>
@@ -99,93 +97,6 @@ TEST(text, scroll)
             got.expect("0" + got.out, drawn);
             EXPECT_EQ(got.out.starts_with("tavo: scroll_lines> "), !fits && start >= 2);
         }
-}
-
-/// The level (0..255) that a visible pixel gets; -1 for none.
-using picture = int (*)(const geometry &g, int x, int y);
-
-void draw(canvas &c, const auto &level)
-{
-    for (int y = 0; y < c.shape.height; ++y)
-        for (int x = 0; x < c.shape.width; ++x)
-            if (const int l = level(c.shape, x, y); l >= 0)
-                c.set(x, y, l);
-}
-
-template <int64_t x0, int64_t y0, int64_t w, int64_t h, int level>
-int rectangle(const geometry &g, int x, int y)
-{
-    const int64_t left = x0 < 0 || x0 > g.width ? 0 : x0, top = y0 < 0 || y0 > g.height ? 0 : y0;
-    return x >= left && x < left + w && y >= top && y < top + h ? level : -1;
-}
-
-/// Four bands in each direction, as wide as fits, and what is left over.
-template <int (*gray)(int column, int row)>
-int bands(const geometry &g, int x, int y)
-{
-    const bool narrow = g.width < 4 || g.height < 4;
-    return narrow ? -1 : gray(x / (g.width / 4), y / (g.height / 4)) & 0xFF;
-}
-constexpr auto board = [](int column, int row) { return (column + row) % 2 * 255; };
-constexpr auto grays = [](int column, int row) { return ~((column + 4 * row) * 17); };
-
-/// In whole bytes only, and black where the pattern is deeper than the screen.
-int xor_level(const geometry &g, int x, int y, int depth)
-{
-    const int most = (1 << depth) - 1, level = (x ^ y) >> (depth == 8 ? 0 : 3) & most;
-    const bool stored = x < g.width * g.bpp / 8 * 8 / g.bpp;
-    return !stored ? -1 : depth > g.bpp ? 0 : level * 255 / most;
-}
-
-constexpr int64_t most = INT32_MAX;
-// clang-format off
-const struct { const char *arguments; bool cleared; int lines = 0; picture level = nullptr; } fills[] = {
-    {"-c", true}, {"-q", false, 0, bands<board>}, {"-l", false, 0, bands<grays>},
-    {"-p", false, 0, [](const geometry &g, int x, int y) { return xor_level(g, x, y, g.bpp); }},
-    {"-c -q", true, 0, bands<board>}, {"-l -x 9 -c", true}, // in the order in which they are read
-    {"-a7", false, 7, [](const geometry &, int x, int) { return x % 7 ? -1 : 0; }},
-    {"-a-2147483648", false, 2, [](const geometry &, int x, int) { return x % 2 ? -1 : 0; }},
-    {"-a2147483647", false, 99999, [](const geometry &, int x, int) { return x ? -1 : 0; }},
-    {"-d l=40,w=20,h=11 -x 3 -y 2", false, 0, rectangle<3, 2, 20, 11, 0x40>},
-    {"-d l=1ff,w=20,h=20 -x -5 -y 10", false, 0, rectangle<-5, 10, 20, 20, 0xFF>},
-    {"-d l=AA,w=9,h=9 -x 758 -y 5000", false, 0, rectangle<758, 5000, 9, 9, 0xAA>},
-    {"-d l=0,w=2147483647,h=9 -x 1 -y 2", false, 0, rectangle<1, 2, most, 9, 0>},
-    {"-d l=5c,w=2147483647,h=2147483647 -x 2147483647 -y -2147483648", false, 0,
-        rectangle<most, INT32_MIN, most, most, 0x5C>}};
-// clang-format on
-
-TEST(fills, options)
-{
-    for (const auto &[arguments, cleared, lines, level] : fills)
-        for (const geometry &g : all_shapes()) {
-            canvas drawn(g);
-            if (cleared)
-                drawn.clear();
-            for (int y = 0; lines && y < g.height; y += lines)
-                drawn.memory.replace(size_t(y) * g.line(), g.line(), g.line(), '\0');
-            if (level)
-                draw(drawn, level);
-            const run_result got = virtual_panel(g).run(words(arguments));
-            got.expect("0" + got.out, drawn);
-        }
-}
-
-TEST(fills, modes_that_no_option_gives)
-{
-    for (int i = 0; i < 4 * 262; ++i) {
-        const geometry g = {i % 4 < 3 ? 21 : 300, 9, 304, 9, 1 << i % 4};
-        const int mode = i / 4 - 1, depth = mode < 256 || mode > 259 ? g.bpp : 1 << (mode - 256);
-        canvas got(g), drawn(g);
-        auto *pixels = reinterpret_cast<uint8_t *>(got.memory.data());
-        const surface screen = {g.width, g.virtual_width, g.height, g.bpp, pixels};
-        display_device = {uint32_t(g.line()), uint32_t(g.screen()), -1, pixels, screen, 0, nullptr};
-        paint_xor_pattern(mode);
-        if (mode >= 0 && mode < 256)
-            drawn.memory.assign(g.screen(), char(mode));
-        else
-            draw(drawn, [&](auto &, int x, int y) { return xor_level(g, x, y, depth); });
-        EXPECT_EQ(drawn.difference(got.memory), "") << i;
-    }
 }
 
 /// The modules of a symbol with its start and stop, '1' for a bar's: a wide element has two of

@@ -1,0 +1,192 @@
+#include "canvas.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdarg>
+#include <cstdint>
+
+#define STB_IMAGE_STATIC
+#define STB_IMAGE_IMPLEMENTATION
+#include <stb/stb_image.h>
+#define STB_IMAGE_WRITE_STATIC
+#define STB_IMAGE_WRITE_IMPLEMENTATION
+#include <stb/stb_image_write.h>
+
+std::string formatted(const char *format, ...)
+{
+    char line[4096];
+    va_list values;
+    va_start(values, format);
+    vsnprintf(line, sizeof line, format, values);
+    va_end(values);
+    return line;
+}
+
+const std::vector<geometry> &all_screens()
+{
+    static const std::vector<geometry> screens = [] {
+        std::vector<geometry> all;
+        for (int bpp : {1, 2, 4, 8})
+            all.insert(all.end(), {{758, 1024, 758, 1024, bpp},
+                                   {758, 1024, 768, 2048, bpp},
+                                   {5, 3, 8, 3, bpp},
+                                   {40, 600, 40, 600, bpp}});
+        // The last pixel of the first one lies past its memory, which ends with a page.
+        all.insert(all.end(), {{8193, 4, 8193, 4, 1}, {5, 3, 5, 3, 1}, {60, 50, 48, 50, 8}});
+        return all;
+    }();
+    return screens;
+}
+
+canvas::canvas(const geometry &g) : shape(g), memory(g.buffer(), '\0')
+{
+    for (size_t i = 0; i < memory.size(); ++i)
+        memory[i] = char(i * 7 + 13);
+}
+
+void canvas::set(int x, int y, int level)
+{
+    const size_t at = size_t(y) * shape.line() + size_t(x * shape.bpp / 8);
+    const int bit = x * shape.bpp % 8, field = (0xFF00 >> shape.bpp & 0xFF) >> bit;
+    if (at < shape.screen())
+        memory[at] = char((memory[at] & ~field) | (level >> bit & field));
+}
+
+int canvas::get(int x, int y) const
+{
+    const size_t at = size_t(y) * shape.line() + size_t(x * shape.bpp / 8);
+    const int most = (1 << shape.bpp) - 1, shift = 8 - shape.bpp - x * shape.bpp % 8;
+    return at < memory.size() ? (memory[at] >> shift & most) * 255 / most : 0;
+}
+
+bool canvas::fits(int x, int y, int width, int height)
+{
+    for (const auto &[at_x, at_y] : {std::pair(x + width, y + height), std::pair(x, y)})
+        if (at_x < 0 || at_x > shape.columns() || at_y < 0 || at_y > shape.height) {
+            out += formatted("tavo: pixel_in_range> (%d, %d) pixel not in range (0..%d, 0..%d)\n",
+                             at_x, at_y, shape.columns(), shape.height);
+            return false;
+        }
+    return true;
+}
+
+/// Eight columns of a glyph's row in the picture of the font, which has sixteen glyphs a line.
+static int glyph_bits(size_t glyph, int row)
+{
+    static int width, height, components;
+    static const uint8_t *const pixels =
+        stbi_load(TESTS_FOLDER "/glyphs.png", &width, &height, &components, 1);
+    int bits = 0;
+    for (size_t x = glyph % 16 * 8; x < glyph % 16 * 8 + 8; ++x)
+        bits = bits << 1 | (pixels[(glyph / 16 * 7 + size_t(row)) * size_t(width) + x] == 0);
+    return bits;
+}
+
+void canvas::text(int column, int row, const std::string &letters, bool highlight)
+{
+    const std::string characters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"
+                                   " \":._-*~/,()@&+?<>=|[]";
+    for (char letter : letters) {
+        const size_t glyph = characters.find(isspace(letter & 0xFF) ? ' ' : letter);
+        if (glyph == std::string::npos) {
+            out += formatted("tavo: paint_char> character \"%c\" not available\n", letter);
+            return;
+        }
+        const int left = 16 * column++, top = 24 * row;
+        for (int y = fits(left, top, 16, 24) ? 0 : 24; y < 24; ++y)
+            for (int x = 0; x < 16; ++x) {
+                const bool ink =
+                    y < 21 && ((glyph_bits(glyph, y / 3) >> (7 - x / 2) & 1) != highlight);
+                set(left + x, top + y, ink ? 0 : 255);
+            }
+    }
+}
+
+std::string canvas::difference(const std::string &found) const
+{
+    if (found.size() != memory.size())
+        return formatted("wanted %zu bytes, found %zu\n", memory.size(), found.size());
+    const size_t at = size_t(std::ranges::mismatch(memory, found).in1 - memory.begin());
+    if (at == memory.size())
+        return "";
+    const size_t line = std::max<size_t>(shape.line(), 1);
+    const int y = int(at / line);
+    canvas other(shape);
+    other.memory = found;
+    int x = int(at % line) * 8 / shape.bpp;
+    while (get(x, y) == other.get(x, y)) // within the byte
+        ++x;
+    return formatted("x %d, y %d (%d bits): wanted 0x%02x, found 0x%02x\n", x, y, shape.bpp,
+                     get(x, y), other.get(x, y));
+}
+
+void canvas::write_png(const std::string &path) const
+{
+    std::string grays;
+    for (int y = 0; y < shape.height; ++y)
+        for (int x = 0; x < shape.width; ++x)
+            grays += char(get(x, y));
+    stbi_write_png(path.c_str(), shape.width, shape.height, 1, grays.data(), shape.width);
+}
+
+void white(canvas &c)
+{
+    c.memory.replace(0, c.shape.screen(), c.shape.screen(), '\xFF');
+}
+
+painter text(int column, int row, const std::string &letters, bool highlight)
+{
+    return [=](canvas &c) { c.text(column, row, letters, highlight); };
+}
+
+painter in_order(const std::vector<painter> &steps)
+{
+    return [=](canvas &c) {
+        for (const painter &step : steps)
+            step(c);
+    };
+}
+
+painter levels(const std::function<int(const geometry &g, int x, int y)> &level_of)
+{
+    return [=](canvas &c) {
+        for (int y = 0; y < c.shape.height; ++y)
+            for (int x = 0; x < c.shape.columns(); ++x)
+                if (const int level = level_of(c.shape, x, y); level >= 0)
+                    c.set(x, y, level);
+    };
+}
+
+painter xor_pattern_of(int depth)
+{
+    return levels([=](const geometry &g, int x, int y) {
+        const int most = (1 << depth) - 1, in_byte = 8 / g.bpp;
+        const int value = (x ^ y) >> (depth == 8 ? 0 : 3) & most;
+        const bool whole_byte = x < g.columns() / in_byte * in_byte;
+        return !whole_byte ? -1 : depth > g.bpp ? 0 : value * 255 / most;
+    });
+}
+
+void xor_pattern(canvas &c)
+{
+    xor_pattern_of(c.shape.bpp)(c);
+}
+
+painter rectangle(int64_t x, int64_t y, int64_t width, int64_t height, int level)
+{
+    return levels([=](const geometry &g, int at_x, int at_y) {
+        const int64_t left = x < 0 || x > g.columns() ? 0 : x, top = y < 0 || y > g.height ? 0 : y;
+        const bool inside =
+            at_x >= left && at_x < left + width && at_y >= top && at_y < top + height;
+        return inside ? level : -1;
+    });
+}
+
+painter grid(int64_t spacing)
+{
+    return [=](canvas &c) {
+        for (int64_t y = 0; y < c.shape.height; y += spacing) // past the visible width too
+            c.memory.replace(size_t(y) * c.shape.line(), c.shape.line(), c.shape.line(), '\0');
+        levels([=](const geometry &, int x, int) { return x % spacing == 0 ? 0 : -1; })(c);
+    };
+}

@@ -1,0 +1,58 @@
+#pragma once
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+/// A framebuffer: its visible size and the size of its whole buffer in pixels, bits per pixel.
+struct geometry {
+    int width, height, virtual_width, virtual_height, bpp;
+    /// What a row shows: a driver may claim more pixels than a row of its buffer has.
+    int columns() const { return std::min(width, virtual_width); }
+    /// Bytes of a line, of the visible screen and of the whole buffer, each rounded down.
+    size_t line() const { return size_t(virtual_width * bpp) / 8; }
+    size_t screen() const { return size_t(height * virtual_width * bpp) / 8; }
+    size_t buffer() const { return size_t(virtual_height * virtual_width * bpp) / 8; }
+    std::string size() const { return std::to_string(width) + "x" + std::to_string(height); }
+};
+constexpr geometry paper = {758, 1024, 758, 1024, 8};
+
+/// At 1, 2, 4 and 8 bits an ordinary, a padded, a tiny and a tall screen. Then screens whose lines
+/// end within a byte, one whose lines have no whole byte, one that claims more than it has.
+const std::vector<geometry> &all_screens();
+
+/// What the framebuffer should hold, drawn over the pattern that every run starts with, and what
+/// the tool says while it draws that.
+struct canvas {
+    explicit canvas(const geometry &g);
+    /// Stores the top bits of a luminance (0..255); nothing past the bytes of the visible screen.
+    void set(int x, int y, int level);
+    int get(int x, int y) const; ///< 0..255
+    /// Whether a rectangle lies on the screen, for those who report it when it does not.
+    bool fits(int x, int y, int width, int height);
+    /// Text in cells of 16 x 24. Stops at a character that the font does not have.
+    void text(int column, int row, const std::string &letters, bool highlight = false);
+    /// Empty when the memory is this one; else the first pixel that differs.
+    std::string difference(const std::string &found) const;
+    void write_png(const std::string &path) const;
+
+    geometry shape;
+    std::string memory; // of the whole buffer
+    std::string out, err;
+};
+
+using painter = std::function<void(canvas &)>;
+void white(canvas &);
+painter text(int column, int row, const std::string &letters, bool highlight = false);
+painter rectangle(int64_t x, int64_t y, int64_t width, int64_t height, int level);
+painter grid(int64_t spacing);
+/// x XOR y, computed for a depth: in whole bytes, black where that is more than the screen's.
+painter xor_pattern_of(int depth);
+void xor_pattern(canvas &); ///< of the screen's own depth
+painter in_order(const std::vector<painter> &steps);
+/// Every visible pixel gets its level (0..255); one with a negative level stays.
+painter levels(const std::function<int(const geometry &g, int x, int y)> &level_of);
+
+/// As printf writes it.
+[[gnu::format(printf, 1, 2)]] std::string formatted(const char *format, ...);

@@ -1,0 +1,121 @@
+#pragma once
+#include "canvas.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <tuple>
+#include <vector>
+
+using strings = std::vector<std::string>;
+
+/// Words as a shell reads them ('' is an empty one, 'a b' is one), and the place in the source
+/// where they are written.
+struct shell_words {
+    shell_words(const char *words = "", const char *at_file = __builtin_FILE(),
+                int at_line = __builtin_LINE())
+        : text(words), file(at_file), line(at_line)
+    {
+    }
+    shell_words(const std::string &words, const char *at_file = __builtin_FILE(),
+                int at_line = __builtin_LINE())
+        : text(words), file(at_file), line(at_line)
+    {
+    }
+    std::string text;
+    const char *file;
+    int line;
+};
+
+/// A file in the folder in which a case runs. The run's file-creation mask is 0.
+struct test_file {
+    std::string name, content;
+    int mode = 0644;
+};
+
+enum class program {
+    tavo,  ///< with the virtual panel's library preloaded; its state is in ../state
+    panel, ///< tavo-panel; the case names the state folder, if the requests are to be compared
+};
+
+/// One call on a virtual panel and everything that it does. All of it is compared; what is left
+/// out is nothing, and status 0. `anything` says that a text is not looked at.
+struct run_case {
+    shell_words args;
+    painter draws = {};        ///< what changes in the framebuffer; what it says comes first
+    std::string requests = ""; ///< as the log has them, see requests_of; WxH: the screen's size
+    std::string out = "", err = "";
+    int status = 0;                    ///< or 128 and the signal's number
+    std::vector<test_file> files = {}; ///< that are new or changed afterwards
+
+    // What is unusual about the panel or the call.
+    std::string faults = "";   ///< each must be in the requests, as "fault NAME:N"
+    std::string settings = ""; ///< lines of the panel's settings
+    geometry screen = paper;
+    std::vector<test_file> given = {}; ///< files that are there before
+    /// Written to the FIFO "pipe": each piece when the one before has been read, the first one
+    /// when standard output holds `pipe_after`.
+    strings pipe = {};
+    std::string pipe_after = "";
+    strings environment = {}; ///< NAME=value
+    strings closed = {};      ///< of the standard streams: "0", "1", "2"
+    bool together = false;    ///< standard error and every request go to standard output
+    program runs = program::tavo;
+    std::string name = ""; ///< of the test, where the arguments say too little
+};
+extern const std::string anything;
+
+/// The line that announces an update.
+std::string update_line(const char *mode, int wave_mode, int inverted = 0);
+
+struct run_result {
+    int status;
+    std::string out, err; ///< addresses as @ADDRESS
+    std::string requests, memory;
+    std::map<std::string, test_file> files;
+};
+
+/// A panel and a folder to work in, which last from run to run.
+class virtual_panel {
+public:
+    explicit virtual_panel(const run_case &c);
+    ~virtual_panel();
+    run_result run(const run_case &c) const; ///< ends it after 20 seconds
+    /// Runs a case, and reports everything that is not as it should be at the row's own line. The
+    /// folder is kept then, with the screen as wanted.png and found.png.
+    void check(const run_case &c);
+    std::string read(const std::string &name) const; ///< from the folder, "" if missing
+    void write(const std::string &name, const std::string &content) const;
+
+private:
+    std::string folder;
+};
+void check(const run_case &c);
+
+/// The log without what is the same in every run: the open with its two maps at the start, the
+/// close at the end, " -> 0" after each request, and of an update the panel's time and the words
+/// that are always the same. Lines are separated by "; ".
+std::string requests_of(std::string log, const geometry &g);
+
+strings split(const std::string &words);
+
+/// Suites of cases: on the screen that each names, or on every one of all_screens().
+class tool : public testing::TestWithParam<run_case> {};
+class tool_on_screens : public testing::TestWithParam<std::tuple<run_case, geometry>> {};
+void PrintTo(const run_case &c, std::ostream *out);
+void PrintTo(const geometry &g, std::ostream *out);
+/// Letters and digits of a text, with low lines between them.
+std::string test_name(const std::string &text);
+std::string test_name(const geometry &g);
+/// Of the arguments, or the name that the row has, and the row's number, which makes it unique.
+std::string name_of_case(const testing::TestParamInfo<run_case> &row);
+/// The same for a row and a screen.
+template <class row>
+std::string name_on_screen(const testing::TestParamInfo<std::tuple<row, geometry>> &info)
+{
+    const auto &[first, screen] = info.param;
+    const std::string name = first.name.empty() ? first.args.text : first.name;
+    return test_name(name + formatted(" %zu on ", info.index)) + "_" + test_name(screen);
+}
