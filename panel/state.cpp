@@ -67,7 +67,9 @@ bool take_numbers(const char *text, const setting_row &row)
             *row.numbers[3] = *row.numbers[1];
             return true;
         }
-        if ((i > 0 && *text++ != separators[i]) || !take_number(text, row, *row.numbers[i]))
+        if (i > 0 && *text++ != separators[i])
+            return false;
+        if (!take_number(text, row, *row.numbers[i]))
             return false;
     }
     return *text == '\0';

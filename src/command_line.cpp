@@ -67,6 +67,8 @@ static void read_option(invocation &call, int letter)
     case 'y':
         call.y = atoi(optarg);
         break;
+    default:
+        break;
     }
     call.options[letter] = true;
     ++call.option_count;

@@ -56,6 +56,8 @@ static void paint_pattern(const code39_pattern &pattern, int32_t top)
         case 'n':
             barcode_x += narrow_space;
             break;
+        default:
+            break;
         }
     barcode_x += gap;
 }

@@ -20,7 +20,7 @@ inline bit_span screen_span(int64_t y, int64_t x, int64_t x_end)
 {
     const surface &screen = display_device.screen;
     const int64_t bytes_left = display_device.screen_bytes - y * display_device.line_bytes;
-    const int64_t pixels_left = bytes_left << (3 - std::countr_zero(unsigned(screen.bpp)));
+    const int64_t pixels_left = bytes_left * (8 >> std::countr_zero(unsigned(screen.bpp)));
     x_end = std::min({x_end, int64_t{screen.width}, pixels_left});
     return span_of(std::max<int64_t>(x, 0), x_end, screen.bpp);
 }

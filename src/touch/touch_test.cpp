@@ -137,6 +137,8 @@ static bool handle_event(touch_state &state, const touch_event &event)
         break;
     case ABS_MT_POSITION_Y:
         return complete_point(state, event.value);
+    default:
+        break;
     }
     return false;
 }
