@@ -7,6 +7,12 @@ if(TAVO_STATIC)
     target_link_options(tavo PRIVATE -static)
 endif()
 
+# Linkers of Debian 13 lay the file out for pages of 64 KB, which no 32-bit ARM kernel has: 37 KB of
+# nothing.
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^armv7")
+    target_link_options(tavo PRIVATE -Wl,-z,max-page-size=4096)
+endif()
+
 # Only the decoder has NEON code, and only there may the compiler make its own.
 set(decoder_neon_options -mfpu=neon)
 if(TAVO_DECODER_NEON)
