@@ -3,7 +3,7 @@
 
 #include "fuzz_screen.h"
 
-#include "common/option_flags.h"
+#include "common/shared_options.h"
 #include "display/device.h"
 
 #include <algorithm>

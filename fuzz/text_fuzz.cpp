@@ -2,7 +2,7 @@
 
 #include "fuzz_screen.h"
 
-#include "common/option_flags.h"
+#include "common/shared_options.h"
 #include "display/device.h"
 #include "draw/barcode.h"
 #include "draw/text.h"

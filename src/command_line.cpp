@@ -1,7 +1,7 @@
 #include "command_line.h"
 
 #include "common/message.h"
-#include "common/option_flags.h"
+#include "common/shared_options.h"
 #include "display/update.h"
 #include "draw/barcode.h"
 #include "draw/fills.h"
@@ -81,7 +81,7 @@ invocation read_command_line(int argc, char **argv)
     int letter;
     while ((letter = getopt(argc, argv, option_string)) != -1)
         if (letter == '?')
-            complain("option %c not supported\n", letter);
+            print_error("option %c not supported\n", letter);
         else
             read_option(call, letter);
     return call;

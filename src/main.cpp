@@ -3,19 +3,23 @@
 // One call is one pass: open the device, read the options (some draw as they are read), run at most
 // one action of stage one, send the final update, or else run the operands' action.
 //
-// A new option touches: option_string and read_option (command_line.cpp), its action here
-// (stage_one_rules or run_operands) and, if it repaints the screen, refreshing_options; the usage
-// text, the README, the man page and the completion.
+// To add an option:
+// 1. Its letter goes into option_string, and a case that only reads it into read_option
+//    (command_line.cpp); what it says becomes a field of `invocation` (command_line.h).
+// 2. Its action is a function of the part that it belongs to, called from a row of stage_one_rules
+//    or from run_operands. If it repaints the screen, its letter joins refreshing_options.
+// 3. It gets rows in tests/: command line, picture, requests, output, status.
+// 4. People find it in usage_text.h, README.md, man/tavo.1, completions/tavo and CHANGELOG.md.
 
 #include "command_line.h"
 #include "common/message.h"
-#include "common/option_flags.h"
+#include "common/shared_options.h"
 #include "display/device.h"
-#include "display/report.h"
+#include "display/device_report.h"
+#include "display/dump.h"
 #include "display/update.h"
 #include "draw/fills.h"
 #include "draw/text.h"
-#include "dump.h"
 #include "image/decoded_image.h"
 #include "image/raw_image.h"
 #include "touch/touch_test.h"
@@ -28,8 +32,8 @@
 #include <iterator>
 #include <unistd.h>
 
-/// What follows a stage.
-enum class next { operands, release, close };
+/// Where a call goes on after a stage.
+enum class continuation { operands, release, close };
 
 struct stage_one_rule {
     char letter;
@@ -107,10 +111,10 @@ static bool repaints(const invocation &call)
                        [&call](char letter) { return given(call, letter); });
 }
 
-static next run_stage_one(invocation &call, int &status)
+static continuation run_stage_one(invocation &call, int &status)
 {
     if (given(call, 't'))
-        return next::operands;
+        return continuation::operands;
     for (const stage_one_rule &rule : stage_one_rules)
         if (given(call, rule.letter)) {
             status = rule.run(call);
@@ -119,17 +123,17 @@ static next run_stage_one(invocation &call, int &status)
     clip_region(call);
     if (given(call, 's')) {
         update_region(call);
-        return next::close;
+        return continuation::close;
     }
     if (!repaints(call))
-        return next::operands;
+        return continuation::operands;
     if (given(call, 'n'))
-        return next::release;
+        return continuation::release;
     if (read_screen_info() != 0)
         message("main", "cannot read screen info 1\n");
     else
         update_region(call);
-    return next::close;
+    return continuation::close;
 }
 
 static void run_scroll(const invocation &call)
@@ -172,7 +176,7 @@ static int run_item(const invocation &call)
     return status;
 }
 
-static next run_operands(const invocation &call, int &status)
+static continuation run_operands(const invocation &call, int &status)
 {
     const int32_t n = operand_count(call);
     if (given(call, 'z') && (n == 2 || n == 3)) {
@@ -182,11 +186,11 @@ static next run_operands(const invocation &call, int &status)
     } else if (n >= 1 && n <= 3 && !dump_working_buffer) {
         if (given(call, 't')) {
             status = run_decompress(call);
-            return next::close;
+            return continuation::close;
         }
         status = run_item(call);
     }
-    return next::release;
+    return continuation::release;
 }
 
 /// A standard stream that the caller has closed would hand its number to the framebuffer, and what
@@ -218,10 +222,10 @@ int main(int argc, char **argv)
 
     int status = 0;
     if (call.w >= 0 && call.h >= 0) {
-        next step = run_stage_one(call, status);
-        if (step == next::operands)
+        continuation step = run_stage_one(call, status);
+        if (step == continuation::operands)
             step = run_operands(call, status);
-        if (step == next::release && given(call, 'n'))
+        if (step == continuation::release && given(call, 'n'))
             release_updates();
     }
     if (dump_working_buffer)

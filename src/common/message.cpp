@@ -31,7 +31,7 @@ void print(const char *format, ...)
     va_end(arguments);
 }
 
-void complain(const char *format, ...)
+void print_error(const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);

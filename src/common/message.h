@@ -7,7 +7,7 @@
 [[gnu::format(printf, 1, 2)]] void print(const char *format, ...);
 
 /// On standard error.
-[[gnu::format(printf, 1, 2)]] void complain(const char *format, ...);
+[[gnu::format(printf, 1, 2)]] void print_error(const char *format, ...);
 
 /// Prints "tavo: <function>> " and then the formatted text on standard output. Scripts read the
 /// function's name, so callers spell it out: it must not change when code moves.

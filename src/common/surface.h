@@ -14,7 +14,7 @@ struct surface {
 };
 
 /// Distance in bytes from one row of a surface to the next.
-inline int64_t row_bytes(const surface &s)
+inline int64_t row_pitch(const surface &s)
 {
     return int64_t{s.stride} * s.bpp / 8;
 }

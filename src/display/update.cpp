@@ -1,8 +1,9 @@
 #include "display/update.h"
 
 #include "common/message.h"
-#include "common/option_flags.h"
+#include "common/shared_options.h"
 #include "display/device.h"
+#include "display/driver_requests.h"
 
 #include <cstring>
 #include <unistd.h>
@@ -11,7 +12,7 @@ constexpr uint32_t panel_temperature = 0x1000; // the driver measures for itself
 constexpr int most_sends = 6;
 constexpr useconds_t retry_pause = 500000; // microseconds
 
-static update_marker_record marker_record = {42, 0};
+static update_marker update_marker_record = {42, 0};
 
 struct waveform_name {
     char name[8];
@@ -46,7 +47,7 @@ int update_to_display(int32_t left, int32_t top, int32_t width, int32_t height, 
     request.height = uint32_t(height);
     request.wave_mode = uint32_t(wave_mode);
     request.update_mode = uint32_t(update_mode);
-    request.update_marker = marker_record.marker;
+    request.update_marker = update_marker_record.marker;
     request.temperature = panel_temperature;
     request.flags = inverted != 0 ? 1 : 0;
     request.tail_word_1 = 1;
@@ -56,7 +57,7 @@ int update_to_display(int32_t left, int32_t top, int32_t width, int32_t height, 
           update_mode == update_full ? "FULL" : "PARTIAL", wave_mode, int(inverted));
     int result = send_update(request);
     for (int sends = 1; result < 0 && sends < most_sends; ++sends) {
-        complain("retrying.. %d", result);
+        print_error("retrying.. %d", result);
         usleep(retry_pause);
         result = send_update(request);
     }
@@ -77,7 +78,7 @@ void refresh_unless_held(bool held, int32_t update_mode, int32_t wave_mode)
 
 int wait_for_update()
 {
-    return ioctl(display_device.fd, EPDC_WAIT_FOR_UPDATE_COMPLETE, &marker_record);
+    return ioctl(display_device.fd, EPDC_WAIT_FOR_UPDATE_COMPLETE, &update_marker_record);
 }
 
 int32_t hold_updates()

@@ -78,13 +78,13 @@ static void require_barcode_fits(const char *text)
     for (; *text != '\0'; ++text) {
         const code39_pattern &pattern = code39_table[uint8_t(*text)];
         if (pattern[0] == '\0') {
-            complain("Invalid character '%c' in given string\n", *text);
+            print_error("Invalid character '%c' in given string\n", *text);
             exit(1);
         }
         width += estimated_width(pattern);
     }
     if (width + 29 >= display_device.screen.width) {
-        complain("Barcode for given string does not fit on screen\n");
+        print_error("Barcode for given string does not fit on screen\n");
         exit(1);
     }
 }
@@ -96,8 +96,8 @@ static int place_barcode(int32_t text_column, int32_t text_row, int32_t x, int32
 {
     const int32_t bottom = top + height_below_top;
     if (bottom > display_device.screen.height) {
-        complain("Bottom pos [%d] [%d] > screen resolution: [%d]\n", bottom, top,
-                 display_device.screen.height);
+        print_error("Bottom pos [%d] [%d] > screen resolution: [%d]\n", bottom, top,
+                    display_device.screen.height);
         return -1;
     }
     barcode_x = x;

@@ -1,7 +1,7 @@
 #include "draw/pixel.h"
 
 #include "common/message.h"
-#include "common/wide.h"
+#include "common/saturate.h"
 #include "display/device.h"
 #include "draw/span.h"
 #include "draw/stored_nibbles.h"
@@ -37,7 +37,7 @@ struct pixel_place {
 static pixel_place place_of(int32_t x, int32_t y, const surface &target)
 {
     const int64_t bit = int64_t{x} * target.bpp;
-    return {target.pixels + y * row_bytes(target) + bit / 8, int(8 - target.bpp - bit % 8),
+    return {target.pixels + y * row_pitch(target) + bit / 8, int(8 - target.bpp - bit % 8),
             uint8_t((1 << target.bpp) - 1)};
 }
 
@@ -125,7 +125,7 @@ static bool same_bytes(const uint8_t *a, const uint8_t *b, size_t bytes)
 /// of 0 bytes are one and the same.
 static int32_t equal_rows(const surface &source, int32_t j)
 {
-    const int64_t step = row_bytes(source);
+    const int64_t step = row_pitch(source);
     if (step == 0)
         return source.height - j;
     const size_t bytes = size_t((int64_t{source.width} * source.bpp + 7) / 8);
@@ -179,11 +179,11 @@ static void translate_rows(int32_t x, int32_t y, const surface &source, const su
 {
     const bit_span span = span_of(x, int64_t{x} + source.width, destination.bpp);
     const int phase = int(int64_t{x} * destination.bpp % 8);
-    const int64_t step = row_bytes(destination);
+    const int64_t step = row_pitch(destination);
     uint8_t *to = destination.pixels + y * step;
     for (int32_t j = 0, equal; j < source.height; j += equal, to += equal * step) {
         equal = equal_rows(source, j);
-        translate_row(source.pixels + j * row_bytes(source), source, to + span.first_byte, phase,
+        translate_row(source.pixels + j * row_pitch(source), source, to + span.first_byte, phase,
                       destination.bpp);
         repeat_row(to, step, span, equal - 1);
     }

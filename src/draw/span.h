@@ -60,5 +60,5 @@ inline void copy_span(uint8_t *to_row, const uint8_t *from_row, const bit_span &
 /// size, which rounds down, is short of the width. Such rows cannot be copied one from another.
 inline bool rows_share_bytes(const surface &s)
 {
-    return int64_t{s.width} * s.bpp > 8 * row_bytes(s);
+    return int64_t{s.width} * s.bpp > 8 * row_pitch(s);
 }

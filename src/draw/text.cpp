@@ -1,9 +1,9 @@
 #include "draw/text.h"
 
 #include "common/message.h"
-#include "common/option_flags.h"
+#include "common/saturate.h"
+#include "common/shared_options.h"
 #include "common/surface.h"
-#include "common/wide.h"
 #include "display/device.h"
 #include "draw/font.h"
 #include "draw/pixel.h"

@@ -44,7 +44,7 @@ struct touch_state {
     bool wipe = false; // wanted at the end of the block
 };
 
-/// What was traced goes first: the driver may make us wait, or complain.
+/// What was traced goes first: the driver may make us wait, or print_error.
 static void show_screen()
 {
     flush_trace();
@@ -167,7 +167,7 @@ static void run_test(const descriptor &device)
         if (bytes < ssize_t(sizeof events[0])) {
             const int reason = errno;
             print("yyy\n");
-            complain("\nevtest: error reading: %s\n", strerror(reason));
+            print_error("\nevtest: error reading: %s\n", strerror(reason));
             return;
         }
         if (handle_block(state, events, size_t(bytes) / sizeof events[0]))

@@ -1,21 +1,15 @@
-#include "display/report.h"
+#include "display/device_report.h"
 
 #include "common/heap.h"
 #include "common/message.h"
 #include "display/device.h"
+#include "display/driver_requests.h"
 
 #include <charconv>
 #include <cstdint>
 #include <cstdlib>
 #include <iterator>
 #include <memory>
-#include <sys/ioctl.h>
-
-constexpr unsigned long EPDC_GET_TEMPERATURE = _IOR('F', 0x38, int32_t);
-constexpr unsigned long EPDC_GET_WAVEFORM_TYPE = _IOR('F', 0x39, int32_t);
-constexpr unsigned long EPDC_GET_MATERIAL_TYPE = _IOR('F', 0x3a, int32_t);
-static_assert(EPDC_GET_TEMPERATURE == 0x80044638 && EPDC_GET_WAVEFORM_TYPE == 0x80044639);
-static_assert(EPDC_GET_MATERIAL_TYPE == 0x8004463a);
 
 struct value_name {
     char text[20];

@@ -1,20 +1,17 @@
-#include "dump.h"
+#include "display/dump.h"
 
 #include "common/file.h"
 #include "common/heap.h"
 #include "common/message.h"
 #include "display/device.h"
+#include "display/driver_requests.h"
 
 #include <cinttypes>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <sys/ioctl.h>
 #include <sys/mman.h>
-
-constexpr unsigned long EPDC_GET_WORK_BUFFER = _IOWR('F', 0x34, uint32_t);
-static_assert(EPDC_GET_WORK_BUFFER == 0xc0044634);
 
 constexpr size_t page = 4096; // the driver wants whole pages
 
