@@ -7,7 +7,7 @@
 #include "display/device.h"
 #include "draw/font.h"
 #include "draw/pixel.h"
-#include "draw/stored_nibbles.h"
+#include "draw/pixel_tables.h"
 
 #include <algorithm>
 #include <cstring>
