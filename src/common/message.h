@@ -1,7 +1,8 @@
 #pragma once
 
 /// Text for people, formatted as printf does. It goes straight to its descriptor, so that it is
-/// out before the panel driver makes the tool wait, and in the right order.
+/// out before the panel driver makes the tool wait, and in the right order. What cannot be written
+/// (the reader has gone, the disk is full) is lost.
 
 /// On standard output.
 [[gnu::format(printf, 1, 2)]] void print(const char *format, ...);
