@@ -13,8 +13,6 @@
 #include <cstring>
 #include <fcntl.h>
 
-constexpr int64_t band_rows = 64; // written at once
-
 struct pixels_release {
     void operator()(uint8_t *pixels) const { stbi_image_free(pixels); }
 };
@@ -78,10 +76,10 @@ constexpr row_packer packers_by_depth[] = {pack_row<components, 1>, pack_row<com
 constexpr const row_packer *packers[] = {packers_by_depth<1>, packers_by_depth<2>,
                                          packers_by_depth<3>, packers_by_depth<4>};
 
-/// Packs the first columns of some rows of an image into memory laid out like the screen: to rows
-/// from `to` on, from pixel x on.
-static void pack_rows(const decoded_image &image, int64_t first_row, int64_t rows, int64_t columns,
-                      uint8_t *to, int32_t x)
+/// Packs the first rows and columns of an image into memory laid out like the screen: to rows from
+/// `to` on, from pixel x on.
+static void pack_rows(const decoded_image &image, int64_t rows, int64_t columns, uint8_t *to,
+                      int32_t x)
 {
     const int32_t pixels = 8 / display_device.screen.bpp;
     const int32_t first = x % pixels;
@@ -92,7 +90,7 @@ static void pack_rows(const decoded_image &image, int64_t first_row, int64_t row
         packers[image.components - 1][std::countr_zero(unsigned(display_device.screen.bpp))];
     const int64_t image_line = int64_t{image.width} * image.components;
     for (int64_t r = 0; r < rows; ++r)
-        pack(image.pixels.get() + (first_row + r) * image_line, first,
+        pack(image.pixels.get() + r * image_line, first,
              to + r * display_device.line_bytes + x / pixels, bytes);
 }
 
@@ -107,35 +105,15 @@ int paint_image(int32_t x, int32_t y, const char *path, int32_t *width_out, int3
     const int64_t columns = std::min<int64_t>(image.width, int64_t{screen.width} - x);
     const int64_t rows = std::min<int64_t>(image.height, int64_t{screen.height} - y);
     if (x >= 0 && y >= 0 && columns > 0)
-        pack_rows(image, 0, rows, columns, screen_row(y), x);
+        pack_rows(image, rows, columns, screen_row(y), x);
     return 0;
-}
-
-/// Writes a screen with the image at its top left, a band of rows at a time: memory that was used
-/// before costs less than fresh memory.
-static bool write_screen(const descriptor &output, const decoded_image &image, uint8_t *band,
-                         size_t band_bytes)
-{
-    const surface &screen = display_device.screen;
-    const int64_t rows = std::min(image.height, screen.height);
-    size_t left = display_device.screen_bytes;
-    for (int64_t row = 0; left > 0; row += band_rows) {
-        const size_t size = std::min(left, band_bytes);
-        memset(band, 0xFF, size);
-        pack_rows(image, row, std::min(rows - row, band_rows), std::min(image.width, screen.width),
-                  band, 0);
-        if (write_fully(output.fd, band, size) < size)
-            return false;
-        left -= size;
-    }
-    return true;
 }
 
 int decompress_image_to_file(const char *input_path, const char *output_path)
 {
-    const size_t band_bytes = std::max<size_t>(band_rows * display_device.line_bytes, 1);
-    const heap_bytes band(static_cast<uint8_t *>(calloc(band_bytes, 1)));
-    if (!band) {
+    const size_t size = display_device.screen_bytes;
+    const heap_bytes buffer(static_cast<uint8_t *>(calloc(size, 1)));
+    if (!buffer) {
         message("decompress_image_to_file", "Cannot alloc buffer for decompression\n");
         return 1;
     }
@@ -147,7 +125,11 @@ int decompress_image_to_file(const char *input_path, const char *output_path)
     const decoded_image image = decode("decompress_image_to_file", input_path);
     if (!image.pixels)
         return 1;
-    if (!write_screen(output, image, band.get(), band_bytes)) {
+    const surface &screen = display_device.screen;
+    memset(buffer.get(), 0xFF, size);
+    pack_rows(image, std::min(image.height, screen.height), std::min(image.width, screen.width),
+              buffer.get(), 0);
+    if (write_fully(output.fd, buffer.get(), size) < size) {
         message("decompress_image_to_file", "Error writing to file\n");
         return 1;
     }
