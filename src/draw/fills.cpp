@@ -14,10 +14,9 @@ void clear_screen(bool no_update)
         update_to_display(0, 0, screen.width, screen.height, wave_mode_auto, update_partial);
 }
 
-/// One byte of the XOR pattern: the screen pixels of row y that begin with pixel x.
-static uint8_t xor_byte(int32_t x, int32_t y, int pattern_bpp)
+/// One byte of the XOR pattern: so many screen pixels of row y, from pixel x on.
+static uint8_t xor_byte(int32_t x, int32_t y, int pixels, int pattern_bpp)
 {
-    const int pixels = 8 / display_device.screen.bpp;
     const int repeats = 8 / pattern_bpp / pixels; // none where the pattern is deeper: a byte of 0
     const int shift = pattern_bpp == 8 ? 0 : 3;
     const uint32_t mask = (1u << pattern_bpp) - 1;
@@ -29,29 +28,20 @@ static uint8_t xor_byte(int32_t x, int32_t y, int pattern_bpp)
 }
 
 /// x XOR y enters with its low 8 bits at the most, so that the pattern repeats every 256 pixels,
-/// across and down. And it comes in blocks of 16 pixels: those of row y are those of row y % 16,
-/// block b at place b XOR y / 16.
+/// across and down.
 static void paint_xor_rows(int pattern_bpp)
 {
     const surface &screen = display_device.screen;
     const int32_t pixels = 8 / screen.bpp; // of a byte
-    const int32_t block = 16 / pixels;     // bytes
-    uint8_t first_rows[16][256];
-    for (int32_t y = 0; y < 16; ++y)
-        for (int32_t b = 0; b < 16 * block; ++b)
-            first_rows[y][b] = xor_byte(b * pixels, y, pattern_bpp);
-
-    const int32_t bytes = screen.width / pixels;
+    const int32_t bytes = screen.width / pixels, period = 256 / pixels;
     for (int32_t y = 0; y < screen.height; ++y) {
         uint8_t *const row = screen_row(y);
-        if (y >= 256) {
+        if (y >= 256)
             memcpy(row, screen_row(y - 256), size_t(bytes));
-            continue;
-        }
-        for (int32_t b = 0; b < bytes; b += block) {
-            const int64_t place = ((b / block) ^ (y / 16)) % 16;
-            memcpy(row + b, &first_rows[y % 16][place * block], size_t(std::min(block, bytes - b)));
-        }
+        else
+            for (int32_t b = 0; b < bytes; ++b)
+                row[b] =
+                    b < period ? xor_byte(b * pixels, y, pixels, pattern_bpp) : row[b - period];
     }
 }
 
