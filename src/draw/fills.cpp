@@ -2,8 +2,10 @@
 
 #include "display/update.h"
 #include "draw/pixel.h"
+#include "draw/pixel_tables.h"
 #include "draw/screen_rows.h"
 
+#include <bit>
 #include <cstring>
 
 void clear_screen(bool no_update)
@@ -108,34 +110,17 @@ int paint_rectangle(int32_t x, int32_t y, int32_t w, int32_t h, uint8_t gray)
     return 0;
 }
 
-/// Clears in `to` the bits that are clear in `kept`, a machine word at a time.
-static void keep_bits(uint8_t *to, const uint8_t *kept, size_t bytes)
+/// Blackens every n-th of a row's pixels. The columns are taken in as many turns as a byte has
+/// pixels: those of a turn lie n bytes apart, at the same place in their bytes.
+static void blacken_columns(uint8_t *row, int64_t width, int32_t n)
 {
-    size_t done = 0;
-    for (size_t bits, mask; done + sizeof bits <= bytes; done += sizeof bits) {
-        memcpy(&bits, to + done, sizeof bits);
-        memcpy(&mask, kept + done, sizeof mask);
-        bits &= mask;
-        memcpy(to + done, &bits, sizeof bits);
-    }
-    for (; done < bytes; ++done)
-        to[done] &= kept[done];
-}
-
-constexpr int32_t mask_bytes = 4096; // a row of most screens
-
-/// Blackens every n-th column, counted from column 0, between x and x_end in all rows: as a row of
-/// bits to keep, laid over each. x begins a byte, and the columns fill mask_bytes at the most.
-static void paint_columns(int32_t n, int64_t x, int64_t x_end)
-{
-    const surface &screen = display_device.screen;
-    uint8_t kept[mask_bytes];
-    memset(kept, 0xFF, sizeof kept);
-    for (int64_t column = (x + n - 1) / n * n; column < x_end; column += n)
-        fill_span(kept, span_of(column - x, column - x + 1, screen.bpp), 0x00);
-    for (int64_t y = 0; y < screen.height; ++y) {
-        const bit_span span = screen_span(y, x, x_end);
-        keep_bits(screen_row(y) + span.first_byte, kept, size_t(span.bytes));
+    const int32_t bpp = display_device.screen.bpp, pixels = 8 / bpp;
+    for (int32_t turn = 0; turn < pixels; ++turn) {
+        const int64_t first = int64_t{turn} * n, place = first % pixels;
+        const auto kept = uint8_t(~pixel_clear_mask[std::countr_zero(unsigned(bpp))][place]);
+        const auto bytes = size_t((width - place + pixels - 1) / pixels); // with such a pixel
+        for (auto byte = size_t(first / pixels); byte < bytes; byte += size_t(n))
+            row[byte] &= kept;
     }
 }
 
@@ -144,9 +129,10 @@ void overlay_grid(int32_t n)
     const surface &screen = display_device.screen;
     if (n < 1)
         return;
-    for (int64_t y = 0; y < screen.height; y += n)
-        memset(screen_row(y), 0x00, display_device.line_bytes);
-    const int32_t columns = mask_bytes * 8 / screen.bpp;
-    for (int64_t x = 0; x < screen.width; x += columns)
-        paint_columns(n, x, std::min(x + columns, int64_t{screen.width}));
+    for (int64_t y = 0; y < screen.height; ++y) {
+        if (y % n == 0)
+            memset(screen_row(y), 0x00, display_device.line_bytes);
+        if (y % n != 0 || rows_share_bytes(screen)) // then a row's last pixels lie past its line
+            blacken_columns(screen_row(y), visible_pixels(y), n);
+    }
 }

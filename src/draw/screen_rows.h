@@ -4,7 +4,6 @@
 #include "draw/span.h"
 
 #include <algorithm>
-#include <bit>
 
 /// Rows of the mapped screen, for those who store luminance bytes straight into them.
 
@@ -13,16 +12,20 @@ inline uint8_t *screen_row(int64_t y)
     return display_device.screen_map + y * display_device.line_bytes;
 }
 
-/// The bytes of the pixels x up to, but not including, x_end of row y (0 <= y < screen height),
-/// cut to the screen. Where lines round down to whole bytes, the last pixels of the last row may
-/// lie behind the mapping: they do not exist.
-inline bit_span screen_span(int64_t y, int64_t x, int64_t x_end)
+/// The visible pixels of row y (0 <= y < screen height). Where lines round down to whole bytes, the
+/// last pixels of the last row may lie past the end of the mapping: they do not exist.
+inline int64_t visible_pixels(int64_t y)
 {
     const surface &screen = display_device.screen;
     const int64_t bytes_left = display_device.screen_bytes - y * display_device.line_bytes;
-    const int64_t pixels_left = bytes_left * (8 >> std::countr_zero(unsigned(screen.bpp)));
-    x_end = std::min({x_end, int64_t{screen.width}, pixels_left});
-    return span_of(std::max<int64_t>(x, 0), x_end, screen.bpp);
+    return std::min(int64_t{screen.width}, bytes_left * (8 / screen.bpp));
+}
+
+/// The bytes of the pixels x up to, but not including, x_end of row y, as far as they are visible.
+inline bit_span screen_span(int64_t y, int64_t x, int64_t x_end)
+{
+    return span_of(std::max<int64_t>(x, 0), std::min(x_end, visible_pixels(y)),
+                   display_device.screen.bpp);
 }
 
 /// Makes one pixel of a device's screen black; nothing where there is none.
