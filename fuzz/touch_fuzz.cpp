@@ -3,7 +3,7 @@
 #include "fuzz_screen.h"
 
 #include "display/device.h"
-#include "touch/touch_test.h"
+#include "touch/finger_traces.h"
 
 void run_target(fuzz_input &input)
 {

@@ -22,7 +22,7 @@
 #include "draw/text.h"
 #include "image/decoded_image.h"
 #include "image/raw_image.h"
-#include "touch/touch_test.h"
+#include "touch/finger_traces.h"
 #include "usage_text.h"
 
 #include <algorithm>

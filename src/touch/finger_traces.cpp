@@ -1,11 +1,11 @@
-#include "touch/touch_test.h"
+#include "touch/finger_traces.h"
 
 #include "common/file.h"
 #include "common/message.h"
 #include "display/device.h"
 #include "display/update.h"
 #include "draw/fills.h"
-#include "touch/trace_line.h"
+#include "touch/touch_line.h"
 
 #include <cerrno>
 #include <cstdint>
@@ -44,17 +44,14 @@ struct touch_state {
     bool wipe = false; // wanted at the end of the block
 };
 
-/// What was traced goes first: the driver may make us wait, or print_error.
 static void show_screen()
 {
-    flush_trace();
     update_full_screen(update_partial, du_wave_mode);
 }
 
 /// The white start screen with its two squares.
 static void reset_touch_screen()
 {
-    flush_trace();
     const surface &screen = display_device.screen;
     const int32_t top = screen.height - square_size;
     clear_screen(false);
@@ -67,7 +64,7 @@ static void lift_finger(touch_state &state)
 {
     for (contact &c : state.contacts)
         c.previous_x = no_point;
-    trace("Touch released\n");
+    print_error("Touch released\n");
     show_screen();
 }
 
@@ -88,7 +85,6 @@ static bool move_first_finger(touch_state &state, int32_t y)
     extend_stroke(c, y);
     const bool low = y > screen.height - square_size;
     if (low && c.x < square_size) {
-        flush_trace();
         clear_screen(false);
         return true;
     }
@@ -161,8 +157,7 @@ static void run_test(const descriptor &device)
     touch_state state;
     touch_event events[events_a_block];
     for (;;) {
-        flush_trace(); // the user must have seen everything before the read blocks
-        errno = 0;     // the end of the device is no error of its own
+        errno = 0; // the end of the device is no error of its own
         const ssize_t bytes = read(device.fd, events, sizeof events);
         if (bytes < ssize_t(sizeof events[0])) {
             const int reason = errno;

@@ -1,15 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <string_view>
-
-/// Text for standard error, at most a line of it. It waits until 512 bytes have come together or
-/// flush_trace is called: a write for each touch event would be dear.
-void trace(std::string_view text);
-void flush_trace();
 
 /// Draws a finger's way from its new point (x1, y1) back to its previous point (x2, y2), in screen
-/// pixels, as a black line, and traces the four numbers. A negative coordinate is
+/// pixels, as a black line, and prints the four numbers on standard error. A negative coordinate is
 /// replaced by the other point's; without a previous point nothing is drawn. The new point itself
 /// is not plotted. Any numbers will do: what lies off the screen is skipped, and costs no time.
 void draw_touch_line(int32_t x1, int32_t y1, int32_t x2, int32_t y2);

@@ -1,46 +1,14 @@
-#include "touch/trace_line.h"
+#include "touch/touch_line.h"
 
-#include "common/file.h"
+#include "common/message.h"
 #include "draw/screen_rows.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cstring>
 #include <utility>
-
-static char waiting[512];
-static size_t waiting_bytes;
-
-void trace(std::string_view text)
-{
-    if (text.size() > sizeof waiting - waiting_bytes)
-        flush_trace();
-    memcpy(waiting + waiting_bytes, text.data(), text.size());
-    waiting_bytes += text.size();
-}
-
-void flush_trace()
-{
-    write_fully(STDERR_FILENO, waiting, waiting_bytes);
-    waiting_bytes = 0;
-}
 
 struct point {
     int32_t x, y;
 };
-
-/// A line a segment: formatted by hand, since it stands in the path of every touch event.
-static void trace_segment(point from, point to)
-{
-    char text[4 * 12]; // a sign, ten digits and what follows
-    char *end = text;
-    for (const int32_t number : {from.x, from.y, to.x, to.y}) {
-        end = std::to_chars(end, text + sizeof text, number).ptr;
-        *end++ = ' ';
-    }
-    end[-1] = '\n';
-    trace({text, size_t(end - text)});
-}
 
 /// One axis of a line: where it starts, which way it goes, how far.
 struct axis {
@@ -97,11 +65,7 @@ static void draw_line(point from, point to)
 void draw_touch_line(int32_t x1, int32_t y1, int32_t x2, int32_t y2)
 {
     const point start = {x1 >= 0 ? x1 : x2, y1 >= 0 ? y1 : y2};
-    if (x2 < 0 && y2 < 0) {
-        trace_segment(start, start);
-        return;
-    }
     const point end = {x2 >= 0 ? x2 : start.x, y2 >= 0 ? y2 : start.y};
-    trace_segment(start, end);
+    print_error("%d %d %d %d\n", start.x, start.y, end.x, end.y);
     draw_line(start, end);
 }
