@@ -36,6 +36,9 @@ endfunction()
 
 install(TARGETS tavo COMPONENT tavo)
 install_papers(tavo)
+install(PROGRAMS examples/clock examples/label examples/landscape examples/message-board
+    examples/photo-frame examples/qr-code examples/status COMPONENT tavo
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tavo/examples)
 set(CPACK_COMPONENTS_ALL tavo)
 if(TARGET tavo-panel)
     install(TARGETS tavo-panel COMPONENT tavo-panel)
