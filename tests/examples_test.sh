@@ -1,0 +1,74 @@
+#!/usr/bin/env bash
+# Runs the examples as cron would, on the virtual panel, and compares its glass with pictures.
+# usage: examples_test.sh PROGRAMS [write]: the folder of tavo and tavo-panel; write makes the pictures
+# shellcheck disable=SC2016 # what stubs and texts hold is not for this shell
+set -euo pipefail
+cd "$(dirname "$0")/../examples"
+programs=$1 write=${2:-}
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+fail() { echo "examples: $*" >&2; exit 1; }
+stub() { printf '#!/bin/sh\n%s\n' "$2" >"$work/$1" && chmod +x "$work/$1"; }
+# panel OPTION... EXAMPLE ARGUMENT...: what the panel says is left in the file "said".
+panel() {
+    env -i PATH="$work:$programs:/usr/bin:/bin" "$programs/tavo-panel" "$@" >"$work/said" 2>&1
+}
+quiet() {
+    if ! panel "$@" || [[ -s $work/said ]]; then
+        fail "$*: $(<"$work/said")"
+    fi
+}
+
+# shows MOST SIZE EXAMPLE ARGUMENT...: says nothing, and shows the picture in the tree, but for MOST
+# pixels that differ by more than one gray of sixteen: ImageMagick's letters and scaled pictures
+# depend on its version a little.
+shows() {
+    local most=$1 size=$2 picture=pictures/$3.png example=$PWD/$3 differ
+    quiet --size "$size" --png "$work/glass.png" "$example" "${@:4}"
+    [[ $write != write ]] || convert "$work/glass.png" -strip -depth 4 "$picture"
+    differ=$(compare -metric AE -fuzz 7% "$picture" "$work/glass.png" null: 2>&1) || true
+    printf -v differ %.0f "${differ%% *}"
+    [[ $differ -le $most ]] || fail "$example: $differ pixels are not as in $picture"
+}
+
+stub date 'exec /bin/date -u -d "2026-11-23 09:41" "$@"'
+stub uname '[ "$1" = -n ] && echo reading-room || echo Linux 6.1.0'
+stub cat 'printf "0.31 0.24 0.18 1/99 1\nMemTotal: 510000 kB\nMemAvailable: 380000 kB\n"'
+stub df 'printf "%s 0 0%% %s\n" "/dev/mmcblk0p2 3964000 2581000" / "/dev/sda1 61000000 9600000" /srv'
+convert pictures/lake.jpg -rotate 270 -quality 95 "$work/turned.jpg"
+{ # the same with EXIF data that say so
+    printf '\377\330\377\341\0\042Exif\0\0MM\0\052\0\0\0\010\0\001\001\022\0\003\0\0\0\001\0\006\0\0\0\0\0\0'
+    tail -c +3 "$work/turned.jpg"
+} >"$work/a:photo%d"
+
+shows 2000 758x1024 clock -f
+shows 0 758x1024 status -f
+shows 4000 800x600 photo-frame "$work/a:photo%d"
+shows 0 600x500 label M4-20 "Screws" "M4 x 20, steel, zinc-plated" "200 pieces" "Shelf 12"
+shows 0 758x1024 qr-code "WIFI:T:WPA;S:guests;P:welcome42;;" "Wireless network for guests"
+[[ $(zbarimg --quiet --raw --nodbus "$work/glass.png") == "WIFI:T:WPA;S:guests;P:welcome42;;" ]] || fail "no QR code"
+shows 0 758x1024 message-board "Reading room" <pictures/messages.txt
+shows 4000 600x800 landscape <pictures/departures.txt
+
+# Any text, and an animation whose first frame is clear, which means white.
+for text in 'Grüße: 50 %' '-x' '' '%s\n\0 @f $(x)' $'two\nlines\t' "$(printf '%99s' W)" $'\377\360'; do
+    quiet "$PWD/label" A "$text" "$text"
+    quiet "$PWD/qr-code" "-$text" "$text"
+    quiet "$PWD/message-board" "$text" <<<"$text"
+    quiet "$PWD/landscape" <<<"$text"
+done
+convert -size 40x30 xc:none xc:black "$work/animation.gif"
+quiet --png "$work/glass.png" "$PWD/photo-frame" "$work/animation.gif"
+[[ $(identify -format '%[fx:mean]' "$work/glass.png") == 1 ]] || fail "the clear frame is not white"
+
+# A driver that is busy, one that refuses, and none; and a hold in the middle of a script that ends.
+quiet --fail update:1-3 "$PWD/status"
+for fault in update open; do
+    ! panel --fail $fault "$PWD/status" || fail "status ends well with the fault $fault"
+    grep -qE 'refused the update|cannot open framebuffer' "$work/said" || fail "$(<"$work/said")"
+done
+stub convert 'tavo -n -s "" && kill $PPID'
+! panel --state "$work/held" "$PWD/landscape" <<<text || fail "landscape survives"
+[[ $(<"$work/held/hold") == 0 && $(grep -c set-hold "$work/held/log") -gt 1 ]] || fail "a hold stays"
+echo "examples: as in their pictures"
