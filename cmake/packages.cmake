@@ -42,7 +42,8 @@ install(PROGRAMS examples/clock examples/label examples/landscape examples/messa
 set(CPACK_COMPONENTS_ALL tavo)
 if(TARGET tavo-panel)
     install(TARGETS tavo-panel COMPONENT tavo-panel)
-    install(TARGETS tavo-panel-preload LIBRARY DESTINATION lib/tavo-panel COMPONENT tavo-panel
+    install(TARGETS tavo-panel-preload COMPONENT tavo-panel
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/tavo-panel
         PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
     install_papers(tavo-panel)
     list(APPEND CPACK_COMPONENTS_ALL tavo-panel)

@@ -4,11 +4,16 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <fcntl.h>
 #include <iterator>
 #include <linux/fb.h>
+#include <sys/sendfile.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
@@ -17,7 +22,7 @@ panel_settings current;
 bool settings_read;
 bool opened;
 
-using field_text = char[160];
+using field_text = char[200];
 
 // The driver's update record, 32-bit words in the processor's order: top before left.
 struct update_record {
@@ -85,17 +90,31 @@ void update_fields(void *argument, field_text &fields)
              reserved ? " reserved" : "");
 }
 
-// How long paper takes, in milliseconds: nominal times, as makers of panels publish them.
-int panel_time(const update_record &update)
+// How a waveform mode drives a pixel, and how long it takes: nominal times of panels, as they are
+// published for paper at room temperature.
+struct waveform {
+    uint32_t mode, levels;
+    const char *name;
+    int partial_milliseconds, full_milliseconds;
+};
+constexpr waveform waveforms[] = {
+    {1, 2, "du", 260, 260},     {2, 16, "gc16", 450, 600},   {3, 16, "gl16", 450, 600},
+    {4, 16, "reagl", 450, 600}, {5, 16, "reagld", 450, 600}, {6, 2, "a2", 120, 120},
+    {8, 16, "gck16", 450, 600}, {9, 16, "glkw16", 450, 600}, {257, 16, "auto", 450, 600},
+};
+constexpr waveform other_waveform = {0, 16, "other", 450, 600};
+
+const waveform &waveform_of(const update_record &update)
 {
-    switch (update.wave_mode) {
-    case 1: // du
-        return 260;
-    case 6: // a2
-        return 120;
-    default: // sixteen grays
-        return update.update_mode == 1 ? 600 : 450;
-    }
+    for (const waveform &row : waveforms)
+        if (row.mode == update.wave_mode)
+            return row;
+    return other_waveform;
+}
+
+bool is_full(const update_record &update)
+{
+    return update.update_mode == 1;
 }
 
 bool on_screen(const update_record &update)
@@ -107,8 +126,11 @@ bool on_screen(const update_record &update)
 
 void update_result(void *argument, int error, field_text &remark)
 {
+    const auto update = fetch<update_record>(argument);
+    const waveform &wave = waveform_of(update);
     if (error == 0)
-        snprintf(remark, sizeof remark, ", %d ms", panel_time(fetch<update_record>(argument)));
+        snprintf(remark, sizeof remark, ", %d ms",
+                 is_full(update) ? wave.full_milliseconds : wave.partial_milliseconds);
     else if (error == EINVAL)
         snprintf(remark, sizeof remark, ", outside the screen");
 }
@@ -132,7 +154,7 @@ bool shows_grays()
 
 // Fetches the luminances of `count` pixels from (x, y) on: the stored bits, repeated over 8. A row
 // starts where its truncated length says, so the last pixels of a row may share a byte with the
-// next row. What lies behind the end of the file is white.
+// next row. What lies past the end of the file is white.
 void read_grays(int memory, uint32_t x, uint32_t y, uint32_t count, uint8_t *grays)
 {
     const uint32_t bpp = current.bpp, most = (1U << bpp) - 1, first_bit = x * bpp % 8;
@@ -206,9 +228,53 @@ int answer_colour_map(void *argument)
     return 0;
 }
 
-// Shows the region on the glass the way its waveform mode would: two levels for du (1) and a2 (6),
-// sixteen for every other. Of a region that may reach outside the screen the part inside is shown.
-// Depths other than 1, 2, 4 and 8 show nothing.
+// What a frame is called: the time in nanoseconds, which puts frames in order, and the update.
+void name_frame(const update_record &update, char (&path)[PATH_MAX])
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    snprintf(path, sizeof path, "%s/.%020lld-%d,%d-%dx%d-%s-%s.pgm", getenv("TAVO_PANEL_FRAMES"),
+             now.tv_sec * 1000000000LL + now.tv_nsec, update.left, update.top, update.width,
+             update.height, waveform_of(update).name, is_full(update) ? "full" : "partial");
+}
+
+// Leaves a picture of the glass in $TAVO_PANEL_FRAMES, if there is one. It appears under its name
+// when it is complete.
+void leave_frame(const update_record &update, int glass)
+{
+    if (!getenv("TAVO_PANEL_FRAMES"))
+        return;
+    char path[PATH_MAX], unfinished[PATH_MAX + 8], head[32];
+    name_frame(update, path);
+    snprintf(unfinished, sizeof unfinished, "%s.new", path);
+    const auto [width, height] = current.visible;
+    const size_t size = size_t(width) * height;
+    const int length = snprintf(head, sizeof head, "P5\n%u %u\n255\n", width, height);
+    const int frame = int(syscall(SYS_openat, AT_FDCWD, unfinished,
+                                  O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_LARGEFILE, 0600));
+    bool written = syscall(SYS_write, frame, head, length) == length;
+    off64_t done = 0;
+    while (written && done < off64_t(size))
+        written = sendfile64(frame, glass, &done, size - size_t(done)) > 0;
+    syscall(SYS_close, frame);
+    if (!written || rename(unfinished, path) != 0)
+        log_line("cannot leave a frame: %s", strerror(errno));
+}
+
+// Drives a row of pixels from what they show to what is wanted of them now: those whose wanted
+// luminance is another one, or all of them in a full update.
+void drive_row(const waveform &wave, bool full, const uint8_t *wanted, const uint8_t *wanted_before,
+               uint8_t *shown, uint32_t count)
+{
+    for (uint32_t i = 0; i < count; ++i) {
+        if (!full && wanted[i] == wanted_before[i])
+            continue;
+        shown[i] = wave.levels == 2 ? (wanted[i] < 128 ? 0 : 255) : uint8_t(wanted[i] / 16 * 17);
+    }
+}
+
+// Shows the part of the region that lies on the screen. Depths other than 1, 2, 4 and 8 show
+// nothing.
 int answer_update(void *argument)
 {
     const auto update = fetch<update_record>(argument);
@@ -218,25 +284,27 @@ int answer_update(void *argument)
     const int64_t left = std::max(update.left, 0), top = std::max(update.top, 0);
     const int64_t right = std::min<int64_t>(int64_t(update.left) + update.width, visible.width);
     const int64_t bottom = std::min<int64_t>(int64_t(update.top) + update.height, visible.height);
-    if (left >= right || top >= bottom || !shows_grays())
-        return 0;
 
-    const state_file memory("memory", O_RDONLY), glass("glass", O_WRONLY);
+    const state_file memory("memory", O_RDONLY), glass("glass", O_RDWR), levels("wanted", O_RDWR);
     if (memory.fd < 0)
         return EIO;
-    const bool two_levels = update.wave_mode == 1 || update.wave_mode == 6;
     const uint8_t inversion = update.flags & 1 ? 0xFF : 0;
-    const uint32_t count = uint32_t(right - left);
-    uint8_t row[longest_side];
-    for (int64_t y = top; y < bottom; ++y) {
-        read_grays(memory.fd, uint32_t(left), uint32_t(y), count, row);
-        for (uint32_t i = 0; i < count; ++i) {
-            const uint8_t gray = row[i] ^ inversion;
-            row[i] = two_levels ? (gray < 128 ? 0 : 255) : uint8_t(gray / 16 * 17);
-        }
-        if (pwrite64(glass.fd, row, count, off64_t(y * visible.width + left)) != ssize_t(count))
+    const uint32_t count = left < right && shows_grays() ? uint32_t(right - left) : 0;
+    uint8_t wanted[longest_side], wanted_before[longest_side], shown[longest_side];
+    for (int64_t y = top; count > 0 && y < bottom; ++y) {
+        const off64_t offset = off64_t(y * visible.width + left);
+        read_grays(memory.fd, uint32_t(left), uint32_t(y), count, wanted);
+        for (uint32_t i = 0; i < count; ++i)
+            wanted[i] ^= inversion;
+        if (pread64(levels.fd, wanted_before, count, offset) != ssize_t(count) ||
+            pread64(glass.fd, shown, count, offset) != ssize_t(count))
+            return EIO;
+        drive_row(waveform_of(update), is_full(update), wanted, wanted_before, shown, count);
+        if (pwrite64(levels.fd, wanted, count, offset) != ssize_t(count) ||
+            pwrite64(glass.fd, shown, count, offset) != ssize_t(count))
             return EIO;
     }
+    leave_frame(update, glass.fd);
     return 0;
 }
 
@@ -274,7 +342,7 @@ int answer_get_hold(void *argument)
 template <char digit>
 int hold(void *)
 {
-    const state_file file("hold", O_WRONLY | O_CREAT | O_TRUNC);
+    const state_file file("hold", O_WRONLY | O_CREAT);
     const char line[] = {digit, '\n'};
     return pwrite64(file.fd, line, sizeof line, 0) == 2 ? 0 : EIO;
 }
@@ -311,10 +379,19 @@ constexpr request requests[] = {
 };
 // clang-format on
 
+bool faults_are_known()
+{
+    const char *list = getenv("TAVO_PANEL_FAIL");
+    const char *wrong = list ? find_wrong_fault(list) : nullptr;
+    if (wrong)
+        dprintf(STDERR_FILENO, "panel: there is no fault \"%s\"\n", wrong);
+    return !wrong;
+}
+
 // A descriptor that was inherited comes without an open in this process.
 bool have_settings()
 {
-    return settings_read || (settings_read = read_settings(current));
+    return settings_read || (settings_read = faults_are_known() && read_settings(current));
 }
 
 } // namespace
@@ -330,13 +407,15 @@ int report(const char *name, const char *fields, int error, const char *remark)
 
 int open_device(int flags)
 {
+    const folder_lock lock;
     settings_read = false;
-    if (fails("open") || !have_settings())
+    if (fails("open") || lock.fd < 0 || !have_settings())
         return report("open", "", ENODEV);
     int fd = -1;
     // A device is neither made nor cut off by opening it, and has no end to append to.
     if (make_white("memory", memory_bytes()) &&
-        make_white("glass", current.visible.width * current.visible.height))
+        make_white("glass", current.visible.width * current.visible.height) &&
+        make_white("wanted", current.visible.width * current.visible.height))
         fd = open_in_folder("memory", flags & ~(O_CREAT | O_EXCL | O_TRUNC | O_APPEND));
     opened |= fd >= 0;
     return report("open", "", fd < 0 ? errno : 0) < 0 ? -1 : fd;
@@ -349,6 +428,7 @@ bool device_opened()
 
 int answer_request(uint32_t number, void *argument)
 {
+    const folder_lock lock;
     field_text fields = "";
     const request *found = std::find_if(std::begin(requests), std::end(requests),
                                         [=](const request &row) { return row.number == number; });
@@ -359,7 +439,9 @@ int answer_request(uint32_t number, void *argument)
     const bool no_address = found->takes_address && !argument;
     if (!no_address)
         found->describe(argument, fields);
-    int error = fails(found->name) || !have_settings() ? EIO : no_address ? EFAULT : 0;
+    int error = fails(found->name) || lock.fd < 0 || !have_settings() ? EIO
+                : no_address                                          ? EFAULT
+                                                                      : 0;
     if (error == 0)
         error = found->answer(argument);
     field_text remark = "";

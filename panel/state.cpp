@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <iterator>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -19,7 +21,7 @@ namespace {
 struct setting_row {
     const char *key;
     uint32_t least, most;
-    uint32_t *numbers[4]; // null behind the last
+    uint32_t *numbers[4]; // null past the last
 };
 constexpr char separators[] = {' ', 'x', '/', 'x'}; // before each number
 
@@ -75,36 +77,49 @@ bool take_numbers(const char *text, const setting_row &row)
     return *text == '\0';
 }
 
-struct call_counter {
-    const char *name;
-    unsigned long calls;
+// A word of a fault list: the calls `first` to `last` of a name.
+struct fault_word {
+    size_t name; // its place in fault_names
+    unsigned long first = 1, last = ULONG_MAX;
 };
 
-call_counter &counter_of(const char *name)
+size_t find_fault_name(const char *name, size_t length)
 {
-    static call_counter counters[40]; // more than there are names
-    call_counter *counter = counters;
-    while (counter->name && strcmp(counter->name, name) != 0)
-        ++counter;
-    counter->name = name;
-    return *counter;
+    size_t place = 0;
+    while (place < std::size(fault_names) &&
+           (strlen(fault_names[place]) != length || strncmp(fault_names[place], name, length) != 0))
+        ++place;
+    return place;
 }
 
-// Does the first word of the list, such as "update:1-3", cover this call of `name`?
-bool covers(const char *list, const char *name, unsigned long call)
+bool take_count(const char *&text, unsigned long &count)
 {
-    const size_t length = strlen(name);
-    if (strncmp(list, name, length) != 0)
+    if (*text < '0' || *text > '9')
         return false;
-    if (list[length] != ':')
-        return list[length] == ' ' || list[length] == '\0';
     char *end;
-    const unsigned long first = strtoul(list + length + 1, &end, 10);
-    if (*end != '-')
-        return call == first;
-    const bool open_ended = end[1] == ' ' || end[1] == '\0';
-    return first <= call && (open_ended || call <= strtoul(end + 1, nullptr, 10));
+    count = strtoul(text, &end, 10);
+    text = end;
+    return true;
 }
+
+// Reads the word at `list`, and moves `list` past what could be read.
+bool take_fault(const char *&list, fault_word &fault)
+{
+    const size_t length = strcspn(list, ": ");
+    fault = {.name = find_fault_name(list, length)};
+    list += length;
+    if (*list == ':') {
+        if (!take_count(++list, fault.first))
+            return false;
+        fault.last = fault.first;
+        if (*list == '-' && !take_count(++list, fault.last))
+            fault.last = ULONG_MAX;
+    }
+    return (*list == ' ' || *list == '\0') && fault.name < std::size(fault_names) &&
+           fault.first >= 1 && fault.first <= fault.last;
+}
+
+unsigned long call_counts[std::size(fault_names)];
 
 } // namespace
 
@@ -112,6 +127,27 @@ const char *state_folder()
 {
     const char *folder = getenv("TAVO_PANEL_STATE");
     return folder && *folder ? folder : nullptr;
+}
+
+folder_lock::folder_lock()
+{
+    const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+    fd = int(syscall(SYS_openat, AT_FDCWD, state_folder(), flags));
+    struct stat64 info;
+    if (fd >= 0 &&
+        (fstat64(fd, &info) != 0 || info.st_uid != geteuid() || (info.st_mode & S_IWOTH))) {
+        syscall(SYS_close, fd);
+        fd = -1;
+        errno = EPERM;
+    }
+    while (fd >= 0 && flock(fd, LOCK_EX) != 0 && errno == EINTR)
+        ;
+}
+
+folder_lock::~folder_lock()
+{
+    if (fd >= 0)
+        syscall(SYS_close, fd);
 }
 
 bool set_setting(panel_settings &settings, const char *key, const char *word)
@@ -132,7 +168,12 @@ bool read_settings(panel_settings &settings)
 {
     settings = {};
     const state_file file("panel", O_RDONLY);
-    char text[2048];
+    if (file.fd < 0 && errno != ENOENT) {
+        dprintf(STDERR_FILENO, "panel: cannot read %s/panel: %s\n", state_folder(),
+                strerror(errno));
+        return false;
+    }
+    settings_text text;
     text[std::max<ssize_t>(pread64(file.fd, text, sizeof text - 1, 0), 0)] = '\0';
     char *rest = text;
     while (char *line = strsep(&rest, "\n")) {
@@ -150,22 +191,24 @@ bool read_settings(panel_settings &settings)
     return true;
 }
 
-bool write_settings(panel_settings settings)
+size_t print_settings(panel_settings settings, settings_text &text)
 {
-    const state_file file("panel", O_WRONLY | O_CREAT | O_TRUNC);
-    if (file.fd < 0)
-        return false;
-    bool written = dprintf(file.fd, "id %s\nregions %s\n", settings.id,
-                           settings.any_regions ? "any" : "screen") > 0;
+    int length = snprintf(text, sizeof text, "id %s\nregions %s\n", settings.id,
+                          settings.any_regions ? "any" : "screen");
+    const auto add = [&](const char *format, auto value) {
+        length += snprintf(text + length, sizeof text - size_t(length), format, value);
+    };
     for (const setting_row &row : rows_of(settings)) {
         if (row.numbers[3] && settings.second_visible == pixel_size{})
             continue;
-        written &= dprintf(file.fd, "%s", row.key) > 0;
-        for (int i = 0; i < 4 && row.numbers[i]; ++i)
-            written &= dprintf(file.fd, "%c%u", separators[i], *row.numbers[i]) > 0;
-        written &= dprintf(file.fd, "\n") > 0;
+        add("%s", row.key);
+        for (int i = 0; i < 4 && row.numbers[i]; ++i) {
+            add("%c", separators[i]);
+            add("%u", *row.numbers[i]);
+        }
+        add("%s", "\n");
     }
-    return written;
+    return size_t(length);
 }
 
 bool make_white(const char *name, uint32_t bytes)
@@ -191,7 +234,17 @@ int open_in_folder(const char *name, int flags)
 {
     char path[PATH_MAX];
     snprintf(path, sizeof path, "%s/%s", state_folder(), name);
-    return int(syscall(SYS_openat, AT_FDCWD, path, flags | O_LARGEFILE, 0666));
+    // A FIFO in the place of a file must not make its opener wait.
+    const int safe_flags = flags | O_NOFOLLOW | O_NONBLOCK | O_LARGEFILE;
+    const int fd = int(syscall(SYS_openat, AT_FDCWD, path, safe_flags, 0600));
+    struct stat64 info;
+    if (fd >= 0 && (fstat64(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_uid != geteuid() ||
+                    info.st_nlink > 1)) {
+        syscall(SYS_close, fd);
+        errno = EPERM;
+        return -1;
+    }
+    return fd;
 }
 
 state_file::state_file(const char *name, int flags) : fd(open_in_folder(name, flags | O_CLOEXEC)) {}
@@ -221,21 +274,32 @@ void log_line(const char *format, ...)
     errno = kept_errno;
 }
 
+const char *find_wrong_fault(const char *list)
+{
+    fault_word fault;
+    while (*(list += strspn(list, " "))) {
+        const char *word = list;
+        if (!take_fault(list, fault))
+            return word;
+    }
+    return nullptr;
+}
+
 bool fails(const char *name)
 {
-    const unsigned long call = ++counter_of(name).calls;
+    const size_t place = find_fault_name(name, strlen(name));
+    const unsigned long call = ++call_counts[place];
     const char *list = getenv("TAVO_PANEL_FAIL");
-    for (; list; list = strchr(list, ' ')) {
-        list += strspn(list, " ");
-        if (covers(list, name, call)) {
+    fault_word fault;
+    while (list && *(list += strspn(list, " ")) && take_fault(list, fault))
+        if (fault.name == place && fault.first <= call && call <= fault.last) {
             log_line("fault %s:%lu", name, call);
             return true;
         }
-    }
     return false;
 }
 
 unsigned long calls_of(const char *name)
 {
-    return counter_of(name).calls;
+    return call_counts[find_fault_name(name, strlen(name))];
 }

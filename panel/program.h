@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+
+/// Where execvp(3) finds a program; "" when it does not.
+std::string find_program(const char *name);
+
+/// Why the preloaded library would not be loaded into the program at `path`, or into a script's
+/// interpreter; "" when it would, or when that cannot be seen.
+std::string find_obstacle(const std::string &path);
