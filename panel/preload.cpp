@@ -175,14 +175,16 @@ ENTRY void *mmap64(void *hint, size_t length, int protection, int flags, int fd,
     if ((flags & MAP_ANONYMOUS) || !is_device(fd))
         return real(hint, length, protection, flags, fd, offset);
 
-    // Lock limits are small in containers: the wish is logged, then dropped.
+    // Lock limits are small in containers: the wish is logged, then dropped. The pages are still
+    // mapped at once.
+    const int unlocked = flags & MAP_LOCKED ? (flags & ~MAP_LOCKED) | MAP_POPULATE : flags;
     char fields[96];
     snprintf(fields, sizeof fields, " %zu offset=%lld%s%s", length, static_cast<long long>(offset),
              flags & MAP_SHARED ? " shared" : "", flags & MAP_LOCKED ? " locked" : "");
     int error = map_error(length, uint64_t(offset));
     void *mapped = MAP_FAILED;
     if (error == 0) {
-        mapped = real(hint, length, protection, flags & ~MAP_LOCKED, fd, offset);
+        mapped = real(hint, length, protection, unlocked, fd, offset);
         error = mapped == MAP_FAILED ? errno : 0;
     }
     report("map", fields, error);
