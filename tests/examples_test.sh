@@ -42,14 +42,14 @@ convert pictures/lake.jpg -rotate 270 -quality 95 "$work/turned.jpg"
     tail -c +3 "$work/turned.jpg"
 } >"$work/a:photo%d"
 
-shows 2000 758x1024 clock -f
+shows 200 758x1024 clock -f
 shows 0 758x1024 status -f
-shows 4000 800x600 photo-frame "$work/a:photo%d"
+shows 100 800x600 photo-frame "$work/a:photo%d"
 shows 0 600x500 label M4-20 "Screws" "M4 x 20, steel, zinc-plated" "200 pieces" "Shelf 12"
 shows 0 758x1024 qr-code "WIFI:T:WPA;S:guests;P:welcome42;;" "Wireless network for guests"
 [[ $(zbarimg --quiet --raw --nodbus "$work/glass.png") == "WIFI:T:WPA;S:guests;P:welcome42;;" ]] || fail "no QR code"
 shows 0 758x1024 message-board "Reading room" <pictures/messages.txt
-shows 4000 600x800 landscape <pictures/departures.txt
+shows 100 600x800 landscape <pictures/departures.txt
 
 # Any text, and an animation whose first frame is clear, which means white.
 for text in 'Grüße: 50 %' '-x' '' '%s\n\0 @f $(x)' $'two\nlines\t' "$(printf '%99s' W)" $'\377\360'; do
