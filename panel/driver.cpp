@@ -170,6 +170,37 @@ void read_grays(int memory, uint32_t x, uint32_t y, uint32_t count, uint8_t *gra
     }
 }
 
+// With the setting "numbered 1" each field that says nothing about this panel gets a number of its
+// own: a program that prints one in the place of another shows it.
+
+void number_fields(fb_var_screeninfo &info)
+{
+    uint32_t number = 101;
+    for (uint32_t *field : {&info.xoffset,       &info.yoffset,       &info.grayscale,
+                            &info.red.offset,    &info.red.length,    &info.red.msb_right,
+                            &info.green.offset,  &info.green.length,  &info.green.msb_right,
+                            &info.blue.offset,   &info.blue.length,   &info.blue.msb_right,
+                            &info.transp.offset, &info.transp.length, &info.transp.msb_right,
+                            &info.nonstd,        &info.activate,      &info.accel_flags,
+                            &info.pixclock,      &info.left_margin,   &info.right_margin,
+                            &info.upper_margin,  &info.lower_margin,  &info.hsync_len,
+                            &info.vsync_len,     &info.sync,          &info.vmode,
+                            &info.rotate})
+        *field = number++;
+}
+
+void number_fields(fb_fix_screeninfo &info)
+{
+    info.smem_start = 201;
+    info.mmio_start = 202;
+    info.type_aux = 203;
+    info.xpanstep = 204;
+    info.ypanstep = 205;
+    info.ywrapstep = 206;
+    info.mmio_len = 207;
+    info.accel = 208;
+}
+
 // The answers: 0 or an errno.
 
 int answer_variable_information(void *argument)
@@ -193,6 +224,8 @@ int answer_variable_information(void *argument)
     info.pixclock = 28000; // picoseconds
     info.left_margin = info.right_margin = info.upper_margin = info.lower_margin = 16;
     info.hsync_len = info.vsync_len = 4;
+    if (current.numbered)
+        number_fields(info);
     return store(argument, info);
 }
 
@@ -206,6 +239,8 @@ int answer_fixed_information(void *argument)
     info.visual = current.visual;
     info.ypanstep = 1;
     info.line_length = row_bytes();
+    if (current.numbered)
+        number_fields(info);
     return store(argument, info);
 }
 
@@ -222,6 +257,10 @@ int answer_colour_map(void *argument)
     for (uint32_t i = 0; i < filled; ++i) {
         map.red[i] = map.green[i] = map.blue[i] =
             uint16_t((uint64_t(map.start) + i) * 65535 / (entries - 1));
+        if (current.numbered) {
+            map.green[i] ^= 0x1000;
+            map.blue[i] ^= 0x2000;
+        }
         if (map.transp)
             map.transp[i] = 0;
     }

@@ -25,7 +25,7 @@ struct setting_row {
 };
 constexpr char separators[] = {' ', 'x', '/', 'x'}; // before each number
 
-std::array<setting_row, 10> rows_of(panel_settings &settings)
+std::array<setting_row, 11> rows_of(panel_settings &settings)
 {
     // clang-format off
     return {{
@@ -39,6 +39,7 @@ std::array<setting_row, 10> rows_of(panel_settings &settings)
         {"waveform-type", 0, UINT32_MAX,   {&settings.waveform_type}},
         {"material-type", 0, UINT32_MAX,   {&settings.material_type}},
         {"temperature",   0, UINT32_MAX,   {&settings.temperature}},
+        {"numbered",      0, 1,            {&settings.numbered}},
         {"second-size",   0, UINT32_MAX,
          {&settings.second_visible.width, &settings.second_visible.height,
           &settings.second_buffer.width, &settings.second_buffer.height}},

@@ -29,6 +29,7 @@ struct panel_settings {
     uint32_t type = 0, visual = 3; // FB_TYPE_PACKED_PIXELS, FB_VISUAL_PSEUDOCOLOR
     uint32_t waveform_type = 8, material_type = 1;
     uint32_t temperature = 25; // degrees Celsius, two's complement
+    uint32_t numbered = 0;     // 1: fields of the reports that say nothing get a number each
     bool any_regions = false;  // updates may reach outside the screen: "regions any"
     // What the second and later reads of the variable information report; 0x0: the same again.
     pixel_size second_visible, second_buffer;
