@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cstdarg>
 #include <cstdint>
+#include <stdexcept>
 
 #define STB_IMAGE_STATIC
 #define STB_IMAGE_IMPLEMENTATION
@@ -56,7 +57,7 @@ int canvas::get(int x, int y) const
 {
     const size_t at = size_t(y) * shape.line() + size_t(x * shape.bpp / 8);
     const int most = (1 << shape.bpp) - 1, shift = 8 - shape.bpp - x * shape.bpp % 8;
-    return at < memory.size() ? (memory[at] >> shift & most) * 255 / most : 0;
+    return at < memory.size() ? (memory[at] >> shift & most) * 255 / most : 255;
 }
 
 bool canvas::fits(int x, int y, int width, int height)
@@ -70,34 +71,32 @@ bool canvas::fits(int x, int y, int width, int height)
     return true;
 }
 
-/// Eight columns of a glyph's row in the picture of the font, which has sixteen glyphs a line.
-static int glyph_bits(size_t glyph, int row)
+test_picture::test_picture(const std::string &path)
 {
-    static int width, height, components;
-    static const uint8_t *const pixels =
-        stbi_load(TESTS_FOLDER "/glyphs.png", &width, &height, &components, 1);
-    int bits = 0;
-    for (size_t x = glyph % 16 * 8; x < glyph % 16 * 8 + 8; ++x)
-        bits = bits << 1 | (pixels[(glyph / 16 * 7 + size_t(row)) * size_t(width) + x] == 0);
-    return bits;
+    int components;
+    pixels = stbi_load(path.c_str(), &width, &height, &components, 1);
+    if (pixels == nullptr)
+        throw std::runtime_error("cannot load " + path);
 }
 
 void canvas::text(int column, int row, const std::string &letters, bool highlight)
 {
+    // The picture has sixteen glyphs of 8 x 7 pixels a line.
+    static const test_picture font(TESTS_FOLDER "/glyphs.png");
     const std::string characters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"
                                    " \":._-*~/,()@&+?<>=|[]";
     for (char letter : letters) {
-        const size_t glyph = characters.find(isspace(letter & 0xFF) ? ' ' : letter);
-        if (glyph == std::string::npos) {
+        const int glyph = int(characters.find(isspace(letter & 0xFF) ? ' ' : letter));
+        if (glyph < 0) {
             out += formatted("tavo: paint_char> character \"%c\" not available\n", letter);
             return;
         }
         const int left = 16 * column++, top = 24 * row;
+        const int glyph_x = glyph % 16 * 8, glyph_y = glyph / 16 * 7;
         for (int y = fits(left, top, 16, 24) ? 0 : 24; y < 24; ++y)
             for (int x = 0; x < 16; ++x) {
-                const bool ink =
-                    y < 21 && ((glyph_bits(glyph, y / 3) >> (7 - x / 2) & 1) != highlight);
-                set(left + x, top + y, ink ? 0 : 255);
+                const bool drawn = y < 21 && font.gray(glyph_x + x / 2, glyph_y + y / 3) == 0;
+                set(left + x, top + y, y < 21 && drawn != highlight ? 0 : 255);
             }
     }
 }

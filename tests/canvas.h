@@ -22,6 +22,14 @@ constexpr geometry paper = {758, 1024, 758, 1024, 8};
 /// end within a byte, one whose lines have no whole byte, one that claims more than it has.
 const std::vector<geometry> &all_screens();
 
+/// A picture file that the tests bring along.
+struct test_picture {
+    explicit test_picture(const std::string &path);
+    int gray(int x, int y) const { return pixels[size_t(y * width + x)]; }
+    int width, height;
+    const unsigned char *pixels;
+};
+
 /// What the framebuffer should hold, drawn over the pattern that every run starts with, and what
 /// the tool says while it draws that.
 struct canvas {

@@ -7,7 +7,7 @@ const std::string partial_auto = update_line("PARTIAL", 257), full_auto = update
 const std::string no_file = "Error: no file specified\n";
 const geometry small = {64, 40, 72, 80, 8};
 
-/// Two bytes a pixel of the visible screen, the luminance in both.
+/// Two bytes a pixel, the luminance in both, of the screen that the driver claims to have.
 std::string working_buffer(const geometry &g)
 {
     const canvas drawn(g);
@@ -15,12 +15,56 @@ std::string working_buffer(const geometry &g)
     for (int y = 0; y < g.height; ++y)
         for (int x = 0; x < g.width; ++x)
             bytes += std::string(2, char(drawn.get(x, y)));
+    bytes.resize(size_t(g.columns() * g.height * 2));
     return bytes;
 }
 const std::string small_buffer = working_buffer(small);
 
+std::string repeated(int count, const std::string &text)
+{
+    std::string all;
+    for (int i = 0; i < count; ++i)
+        all += text;
+    return all;
+}
+
+/// Names a file that is not there.
+run_case unopened(int length)
+{
+    const std::string path = repeated(length, "n");
+    return {.args = "-b " + path,
+            .requests = "get-vscreeninfo; update 0,0 758x1024 wave=2 partial",
+            .out = "tavo: paint_bitmap> cannot open \"" + path + "\"\n" + partial_gc16,
+            .status = 1};
+}
+
 // clang-format off
+const char usage[] =
+    " For complete usage and examples, search tavo in wiki page.\n"
+    "usage:\n"
+    "to print strings: tavo [row] [col] [-h] string\n"
+    "\t\t -h for highlighted text\n"
+    "to show image: tavo -g|-b image_path [-w waveform -f -x xpos -y ypos -v]\n"
+    "\t\t -g for png, -b for bitmap\n"
+    "\t\t -w waveform can be gc16, gl16, reagl, reagld, gck16, glkw16 or du, default is gc16,\n"
+    "\t\t -f for full update, default is partial update\n"
+    "\t\t -x -y in units of pixels\n"
+    "\t\t -v for inverted picture\n"
+    "\t\t -k filename, save workingbuffer to file\n"
+    "to paint a retangle on screen: tavo -d l=a,w=b,h=c [-x xx -y yy -w wf]\n"
+    "\t\t a is gray level in hex, b is width, c is height, with optional xx yy location, waveform mode\n"
+    "to clear display: tavo -c \n"
+    "to paint checker: tavo -q \n"
+    "to paint grayscale: tavo -l \n"
+    "to paint pattern: tavo -p \n"
+    "to paint barcode: tavo -r barcode\n"
+    "to overlay a grid: tavo -a 5 (grid size)\n"
+    "to print fb info: tavo -i\n"
+    "to flash display with current fb content: tavo -s w=758,h=1024 -f\n";
+// clang-format on\n";
+
 const run_case operands[] = {
+    {.args = "", .out = usage, .status = 1, .name = "usage"},
     {.args = "3 5 hello", .draws = text(3, 5, "hello"),
      .requests = "update 0,0 758x1024 wave=257 partial", .out = partial_auto},
     {.args = "hello world", .draws = text(0, 0, "hello"),
@@ -126,6 +170,26 @@ const run_case options[] = {
             "tavo: invalid option -- 'e'\noption ? not supported\n"},
 };
 
+// Too large, too long, too many: no request may be lost over it.
+const run_case extremes[] = {
+    {.args = "268435456 0 A", .requests = "update 0,0 758x1024 wave=257 partial",
+     .out = "tavo: pixel_in_range> (2147483647, 24) pixel not in range (0..758, 0..1024)\n" +
+            partial_auto},
+    {.args = "0 178956971 A", .requests = "update 0,0 758x1024 wave=257 partial",
+     .out = "tavo: pixel_in_range> (16, 2147483647) pixel not in range (0..758, 0..1024)\n" +
+            partial_auto},
+    {.args = "-vv -- -268435456 0 A", .requests = "update 0,0 758x1024 wave=257 partial",
+     .out = "tavo: pixel_in_range> (-2147483632, 24) pixel not in range (0..758, 0..1024)\n" +
+            partial_auto},
+    // What libc makes of such numbers differs between machines.
+    {.args = "-s w=99999999999,h=7", .requests = anything, .out = partial_gc16},
+    {.args = "-x 99999999999999999999 -y -99999999999999999999 -s ''", .requests = anything,
+     .out = partial_gc16, .settings = "regions any\n"},
+    {.args = repeated(1000, "word ")},
+    {.args = repeated(999, "-v ")},
+    unopened(993), unopened(5000),
+};
+
 const run_case dumps[] = {
     {.args = "-k wb", .requests = "get-work-buffer", .out = "write 5120 byte @ADDRESS to wb\n",
      .files = {{"wb", small_buffer, 0666}}, .screen = small},
@@ -153,7 +217,27 @@ const run_case dumps[] = {
 };
 // clang-format on
 
+class dumps_on_screens : public testing::TestWithParam<geometry> {};
+
+TEST_P(dumps_on_screens, are_whole)
+{
+    const geometry &g = GetParam();
+    check({.args = "-k wb",
+           .requests = "get-work-buffer",
+           .out = formatted("write %d byte @ADDRESS to wb\n", g.columns() * g.height * 2),
+           .files = {{"wb", working_buffer(g), 0666}},
+           .screen = g});
+    check({.args = "-i -kfb",
+           .requests = anything,
+           .out = anything,
+           .files = {{"fb", canvas(g).memory, 0666}},
+           .screen = g});
+}
+
+INSTANTIATE_TEST_SUITE_P(dumps, dumps_on_screens, testing::ValuesIn(all_screens()),
+                         [](const auto &screen) { return test_name(screen.param); });
 INSTANTIATE_TEST_SUITE_P(operands, tool, testing::ValuesIn(operands), name_of_case);
 INSTANTIATE_TEST_SUITE_P(options, tool, testing::ValuesIn(options), name_of_case);
+INSTANTIATE_TEST_SUITE_P(extremes, tool, testing::ValuesIn(extremes), name_of_case);
 INSTANTIATE_TEST_SUITE_P(dumps, tool, testing::ValuesIn(dumps), name_of_case);
 } // namespace

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <fstream>
 #include <iomanip>
+#include <set>
 #include <sstream>
 
 namespace fs = std::filesystem;
@@ -193,16 +194,20 @@ static std::string pasteable(const run_case &c, const std::string &folder)
     _exit(0);
 }
 
-static std::map<std::string, test_file> files_in(const virtual_panel &panel, const fs::path &folder)
+/// What is in the folder of the call, and the files that the case names elsewhere.
+static std::map<std::string, test_file> files_in(const virtual_panel &panel, const run_case &c,
+                                                 const fs::path &folder)
 {
+    std::set<std::string> names;
+    for (const auto &entry : fs::directory_iterator(folder))
+        names.insert(entry.path().filename().string());
+    for (const auto *list : {&c.given, &c.files})
+        for (const test_file &file : *list)
+            names.insert(file.name);
     std::map<std::string, test_file> files;
-    for (const auto &entry : fs::directory_iterator(folder)) {
-        const std::string name = entry.path().filename().string();
-        const bool regular = entry.is_regular_file();
-        if (name != "pipe")
-            files[name] = {name, regular ? panel.read("files/" + name) : "(no file)",
-                           int(entry.status().permissions())};
-    }
+    for (const std::string &name : names)
+        if (const fs::file_status status = fs::status(folder / name); !fs::is_fifo(status))
+            files[name] = {name, panel.read("files/" + name), int(status.permissions())};
     return files;
 }
 
@@ -227,7 +232,7 @@ run_result virtual_panel::run(const run_case &c) const
             .err = read("err"),
             .requests = requests_of(read("state/log"), c.screen),
             .memory = read("state/memory"),
-            .files = files_in(*this, folder + "/files")};
+            .files = files_in(*this, c, folder + "/files")};
 }
 
 static std::string difference(const std::string &what, const std::string &wanted,
@@ -323,7 +328,7 @@ std::string name_of_case(const testing::TestParamInfo<run_case> &row)
 {
     const run_case &c = row.param;
     const std::string name = c.name.empty() ? c.args.text + " " + c.faults : c.name;
-    return test_name(name + formatted(" %zu", row.index));
+    return test_name(name.substr(0, 60) + formatted(" %zu", row.index));
 }
 
 void PrintTo(const run_case &c, std::ostream *out)

@@ -43,7 +43,7 @@ enum class program {
 /// One call on a virtual panel and everything that it does. All of it is compared; what is left
 /// out is nothing, and status 0. `anything` says that a text is not looked at.
 struct run_case {
-    shell_words args;
+    shell_words args = {};
     painter draws = {};        ///< what changes in the framebuffer; what it says comes first
     std::string requests = ""; ///< as the log has them, see requests_of; WxH: the screen's size
     std::string out = "", err = "";
@@ -117,5 +117,6 @@ std::string name_on_screen(const testing::TestParamInfo<std::tuple<row, geometry
 {
     const auto &[first, screen] = info.param;
     const std::string name = first.name.empty() ? first.args.text : first.name;
-    return test_name(name + formatted(" %zu on ", info.index)) + "_" + test_name(screen);
+    return test_name(name.substr(0, 60) + formatted(" %zu on ", info.index)) + "_" +
+           test_name(screen);
 }

@@ -1,0 +1,118 @@
+// The framebuffer's open and the requests to its driver: updates, waits, holds.
+#include "run_case.h"
+
+namespace {
+const std::string partial_gc16 = update_line("PARTIAL", 2), full_gc16 = update_line("FULL", 2);
+const std::string refused = "update 0,0 758x1024 wave=2 partial -> -1";
+
+/// Shows the whole screen with a waveform.
+run_case waveform(const shell_words &args, int mode)
+{
+    return {.args = args,
+            .requests = formatted("update 0,0 758x1024 wave=%d partial", mode),
+            .out = update_line("PARTIAL", mode)};
+}
+const run_case waveforms[] = {
+    waveform("-s '' -w du", 1),      waveform("-s '' -w dux", 1),
+    waveform("-s '' -w a2", 6),      waveform("-s '' -w gc16", 2),
+    waveform("-s '' -w gc16x", 2),   waveform("-s '' -w gl16", 3),
+    waveform("-s '' -w reagl", 4),   waveform("-s '' -w reagld", 5),
+    waveform("-s '' -w reaglx", 4),  waveform("-s '' -w gck16", 8),
+    waveform("-s '' -w glkw16", 9),  waveform("-s '' -w GC16", 257),
+    waveform("-s '' -w gc", 257),    waveform("-s '' -w gc15", 257),
+    waveform("-s '' -w gl17", 257),  waveform("-s '' -w reag", 257),
+    waveform("-s '' -w gck17", 257), waveform("-s '' -w glkw1", 257),
+    waveform("-s '' -w d", 257),     waveform("-s '' -w a", 257),
+    waveform("-s '' -w ''", 257),
+};
+
+// clang-format off
+const run_case regions[] = {
+    {.args = "-s w=758,h=1024 -f",
+     .requests = "update 0,0 758x1024 wave=2 full; wait marker=42", .out = full_gc16},
+    {.args = "-s w=99,h=5 -x 10 -y 20 -wdu -f",
+     .requests = "update 10,20 99x5 wave=1 full; wait marker=42", .out = update_line("FULL", 1)},
+    {.args = "-s h=5", .requests = "update 0,0 758x1024 wave=2 partial", .out = partial_gc16},
+    {.args = "-s w=5", .requests = "update 0,0 5x1024 wave=2 partial", .out = partial_gc16},
+    {.args = "-s w=0,h=7 hi", .requests = "update 0,0 758x7 wave=2 partial", .out = partial_gc16},
+    {.args = "-s ' w= 5,h=6x' hi", .requests = "update 0,0 5x6 wave=2 partial",
+     .out = partial_gc16},
+    {.args = "-d l=0,w=3,h=4 -s ''", .draws = rectangle(0, 0, 3, 4, 0),
+     .requests = "update 0,0 3x4 wave=2 partial", .out = partial_gc16},
+    {.args = "-s w=758,h=1024 -x 0 -y 0", .requests = "update 0,0 758x1024 wave=2 partial",
+     .out = partial_gc16},
+    {.args = "-s w=759,h=1025", .requests = "update 0,0 758x1024 wave=2 partial",
+     .out = partial_gc16},
+    {.args = "-s w=800,h=24 -x 700 -y 1000", .requests = "update 700,1000 58x24 wave=2 partial",
+     .out = partial_gc16},
+    {.args = "-s w=57,h=25 -x 700 -y 1000", .requests = "update 700,1000 57x24 wave=2 partial",
+     .out = partial_gc16},
+    {.args = "-s w=8 -x -5", .requests = "update -5,0 8x1024 wave=2 partial", .out = partial_gc16,
+     .settings = "regions any\n"},
+    {.args = "-s w=10 -x 800", .requests = "update 800,0 -42x1024 wave=2 partial",
+     .out = partial_gc16, .settings = "regions any\n"},
+    {.args = "-s w=2147483647,h=2147483647 -x 9 -y 8",
+     .requests = "update 9,8 749x1016 wave=2 partial", .out = partial_gc16},
+    {.args = "-s '' -y -2147483648",
+     .requests = "update 0,-2147483648 758x1024 wave=2 partial", .out = partial_gc16,
+     .settings = "regions any\n"},
+    {.args = "-s w=-1"},
+    {.args = "-s w=1,h=-1"},
+    {.args = "-n -s w=5,h=-1 hi", .requests = "get-hold 1; set-hold 0"},
+    {.args = "-n -s ''", .requests = "get-hold 1; set-hold 0; update 0,0 758x1024 wave=2 partial",
+     .out = partial_gc16},
+    // Worked out before the second look at the screen.
+    {.args = "-c", .draws = white,
+     .requests = "get-vscreeninfo; update 0,0 758x1024 wave=2 partial", .out = partial_gc16,
+     .settings = "second-size 400x300\n"},
+};
+
+const run_case refusals[] = {
+    {.args = "-s ''", .requests = "fault update:1; " + refused + "; sleep 500000; "
+     "update 0,0 758x1024 wave=2 partial", .out = partial_gc16, .err = "retrying.. -1",
+     .faults = "update:1"},
+    {.args = "-s ''", .requests =
+     "fault update:1; " + refused + "; sleep 500000; fault update:2; " + refused +
+     "; sleep 500000; fault update:3; " + refused + "; sleep 500000; fault update:4; " + refused +
+     "; sleep 500000; fault update:5; " + refused + "; sleep 500000; fault update:6; " + refused,
+     .out = partial_gc16,
+     .err = "retrying.. -1retrying.. -1retrying.. -1retrying.. -1retrying.. -1",
+     .faults = "update"},
+    {.args = "-s '' -f",
+     .requests = "update 0,0 758x1024 wave=2 full; fault wait:1; wait marker=42 -> -1",
+     .out = full_gc16, .faults = "wait"},
+    {.args = "-n", .requests = "fault get-hold:1; get-hold 1 -> -1; release-hold 0",
+     .faults = "get-hold"},
+    {.args = "-n", .requests = "get-hold 1; fault set-hold:1; set-hold 0 -> -1; "
+     "fault release-hold:1; release-hold 0 -> -1", .faults = "set-hold release-hold"},
+    {.args = "-n", .requests = "get-hold 1; release-hold 0", .files = {{"../state/hold", "0\n"}},
+     .given = {{"../state/hold", "1\n"}}, .name = "n held by somebody"},
+    {.args = "-c", .draws = white, .requests = "fault get-vscreeninfo:2; get-vscreeninfo -> -1",
+     .out = "tavo: main> cannot read screen info 1\n", .faults = "get-vscreeninfo:2"},
+    // Nothing works without the device.
+    {.args = "hi", .requests = "fault open:1; open -> -1; not closed",
+     .out = "tavo: open_device> cannot open framebuffer device \"/dev/fb0\"\n", .faults = "open"},
+    {.args = "-c", .requests = "open; fault get-vscreeninfo:1; get-vscreeninfo -> -1",
+     .out = "tavo: open_device> cannot query framebuffer geometry\n",
+     .faults = "get-vscreeninfo"},
+    {.args = "-c", .requests = "open; get-vscreeninfo; fault map:1; "
+     "map 776192 offset=0 shared locked -> -1; map 1552384 offset=0 shared locked",
+     .out = "tavo: open_device> cannot map framebuffer\n", .faults = "map:1",
+     .screen = {758, 1024, 758, 2048, 8}},
+    {.args = "3 5 x", .draws = text(3, 5, "x"), .requests = "open; get-vscreeninfo; "
+     "map 776192 offset=0 shared locked; fault map:2; map 1552384 offset=0 shared locked -> -1; "
+     "update 0,0 758x1024 wave=257 partial", .out = update_line("PARTIAL", 257),
+     .faults = "map:2", .screen = {758, 1024, 758, 2048, 8}},
+    {.args = "-c", .requests = "open; get-vscreeninfo",
+     .out = "tavo: bpp_supported> bpp = 3 not supported\n", .screen = {8, 8, 8, 8, 3}},
+    {.args = "-c", .requests = "open; get-vscreeninfo",
+     .out = "tavo: bpp_supported> bpp = 16 not supported\n", .screen = {8, 8, 8, 8, 16}},
+    {.args = "-c", .requests = "open; get-vscreeninfo",
+     .out = "tavo: bpp_supported> bpp = 32 not supported\n", .screen = {8, 8, 8, 8, 32}},
+};
+// clang-format on
+
+INSTANTIATE_TEST_SUITE_P(waveforms, tool, testing::ValuesIn(waveforms), name_of_case);
+INSTANTIATE_TEST_SUITE_P(regions, tool, testing::ValuesIn(regions), name_of_case);
+INSTANTIATE_TEST_SUITE_P(refusals, tool, testing::ValuesIn(refusals), name_of_case);
+} // namespace
