@@ -12,7 +12,7 @@
 
 constexpr const char option_string[] = "a:s:hcvnx:y:iftb:g:r:omszpqlw:d:j:k:";
 
-/// Takes up one option that getopt has recognised, with its argument in optarg.
+/// Reads one option that getopt has recognised, with its argument in optarg.
 static void read_option(invocation &call, int letter)
 {
     switch (letter) {

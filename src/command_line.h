@@ -5,7 +5,7 @@
 /// What the command line of one call asks for.
 struct invocation {
     int argc;
-    char **argv;           // once read: options first, operands behind them
+    char **argv;           // once read: options first, then the operands
     int32_t x = 0, y = 0;  // pixels
     int32_t w = 0, h = 0;  // pixels; 0: up to the screen's edge
     uint32_t level = 0;    // gray of the rectangle
@@ -32,5 +32,5 @@ invocation read_command_line(int argc, char **argv);
 /// argument in a word of its own counts as the first operand, and the number can be negative.
 int32_t operand_count(const invocation &call);
 
-/// The k-th operand, from 1; null behind the last word.
+/// The k-th operand, from 1; null past the last word.
 const char *operand(const invocation &call, int32_t k);

@@ -83,7 +83,7 @@ constexpr stage_one_rule stage_one_rules[] = {
 // Each of them ends in an update of the region.
 constexpr char refreshing_options[] = {'b', 'c', 'd', 'g', 'j', 'l', 'p', 'q', 'r'};
 
-/// A side of 0 reaches to the screen's edge, and no side reaches beyond it. The origin stays.
+/// A side of 0 reaches to the screen's edge, and no side passes it. The origin stays.
 static void clip_region(invocation &call)
 {
     const auto xres = int32_t(var_info.xres), yres = int32_t(var_info.yres);
@@ -161,8 +161,8 @@ static int run_decompress(const invocation &call)
     return decompress_image_to_file(operand(call, 1), operand(call, 2));
 }
 
-/// One to three operands: an image to overlay or a string to print, at the position that stands
-/// before it when there are three.
+/// One to three operands: an image to overlay or a string to print, at the position before it
+/// when there are three.
 static int run_item(const invocation &call)
 {
     const bool placed = operand_count(call) == 3;

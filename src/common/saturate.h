@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
-/// The nearest 32-bit value. Positions are computed wide and come back here: beyond 32 bits every
+/// The nearest 32-bit value. Positions are computed wide and come back here: past 32 bits every
 /// position is off every screen, so which one it is does not matter.
 constexpr int32_t saturated(int64_t value)
 {

@@ -8,7 +8,7 @@
 /// The open framebuffer. All zero until open_device() has filled it; nothing else writes it.
 /// Products are 32-bit unsigned, and their division by 8 rounds down.
 struct framebuffer {
-    uint32_t line_bytes;   // a line, beyond the visible width too: xres_virtual * bpp / 8
+    uint32_t line_bytes;   // a line, with what is not visible: xres_virtual * bpp / 8
     uint32_t screen_bytes; // the visible screen: yres * xres_virtual * bpp / 8
     int32_t fd;            // negative when the open failed
     uint8_t *screen_map;   // shared mapping of the first screen_bytes of the device

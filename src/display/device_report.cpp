@@ -21,7 +21,7 @@ constexpr value_name fb_type_names[] = {
 constexpr value_name fb_visual_names[] = {{"MONO01"},      {"MONO10"},      {"TRUECOLOR"},
                                           {"PSEUDOCOLOR"}, {"DIRECTCOLOR"}, {"STATIC_PSEUDOCOLOR"}};
 
-/// The name of a value, or its number when it lies beyond the table.
+/// The name of a value, or its number when it is past the end of the table.
 template <size_t count>
 static value_name name_of(uint32_t value, const value_name (&names)[count])
 {

@@ -1,7 +1,7 @@
 #pragma once
 
-/// Both write raw bytes to a file that they create or cut, and tell on standard output what they
-/// did; the number of bytes that they name is what reached the file.
+/// Both write raw bytes to a file that they create or truncate, and print on standard output what
+/// they did; the number of bytes that they name is what reached the file.
 
 /// Saves the whole virtual framebuffer. No file is made when the buffer could not be mapped.
 void dump_framebuffer(const char *path);

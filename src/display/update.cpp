@@ -18,7 +18,7 @@ struct waveform_name {
     char name[8];
     int32_t mode;
 };
-// The first row that the argument begins with counts: reagld stands before reagl.
+// The first row that the argument begins with counts: reagld comes before reagl.
 constexpr waveform_name waveform_names[] = {
     {"du", 1},     {"a2", 6},    {"gc16", 2},  {"gl16", 3},
     {"reagld", 5}, {"reagl", 4}, {"gck16", 8}, {"glkw16", 9},

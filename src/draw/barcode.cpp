@@ -41,7 +41,7 @@ static void paint_bar(char letter, int32_t top)
     }
 }
 
-/// Draws a pattern's bars and moves the pen past it and the gap behind it.
+/// Draws a pattern's bars and moves the pen past it and the gap after it.
 static void paint_pattern(const code39_pattern &pattern, int32_t top)
 {
     for (const char element : pattern)
@@ -110,7 +110,7 @@ static int place_barcode(int32_t text_column, int32_t text_row, int32_t x, int32
     return 0;
 }
 
-/// Cuts the next piece from a text into a buffer of its own and counts it off; null at the end.
+/// Copies the next piece of a text into a buffer of its own and counts it off; null at the end.
 static const char *next_barcode_chunk(const char *text, int32_t *remaining)
 {
     if (text == nullptr || remaining == nullptr || *text == '\0')

@@ -21,11 +21,11 @@ void paint_xor_pattern(int32_t mode);
 /// has no pixel.
 void paint_checker(int32_t n);
 
-/// Sixteen gray bands from white to black, four a row. Nothing on screens narrower or lower than 4.
+/// Sixteen gray bands from white to black, four a row. Nothing on screens with a side below 4.
 void paint_grayscale();
 
 /// Fills w * h pixels from (x, y) with a gray. An origin off the screen moves to 0; the far edges
-/// are cut off. Returns 0.
+/// are clipped. Returns 0.
 int paint_rectangle(int32_t x, int32_t y, int32_t w, int32_t h, uint8_t gray);
 
 /// Black lines, one pixel wide and n pixels apart, over what the screen shows. Horizontal lines

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-/// The built-in font as pictures: '#' is ink. The compiler cuts them into glyphs.
+/// The built-in font as pictures: '#' is ink. The compiler turns them into glyphs.
 
 /// Seven rows from the top; in a row, bit 7 is the leftmost column and a 1 bit is ink.
 using glyph = std::array<uint8_t, 7>;

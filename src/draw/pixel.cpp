@@ -9,7 +9,7 @@
 #include <bit>
 #include <cstring>
 
-static void report_range(int32_t x, int32_t y, const surface &target)
+static void print_range_message(int32_t x, int32_t y, const surface &target)
 {
     message("pixel_in_range", "(%d, %d) pixel not in range (0..%d, 0..%d)\n", x, y, target.width,
             target.height);
@@ -20,7 +20,7 @@ int pixel_in_range(int32_t x, int32_t y, const surface *target)
     if (target == nullptr)
         return 0;
     if (x < 0 || x > target->width || y < 0 || y > target->height) {
-        report_range(x, y, *target);
+        print_range_message(x, y, *target);
         return 0;
     }
     return bpp_supported(target->bpp);
@@ -68,7 +68,7 @@ static bool pixel_exists(int32_t x, int32_t y, const surface *target)
         return false;
     const bool exists = x < target->width && y < target->height;
     if (!exists)
-        report_range(x, y, *target);
+        print_range_message(x, y, *target);
     return exists;
 }
 

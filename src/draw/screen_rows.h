@@ -28,19 +28,6 @@ inline bit_span screen_span(int64_t y, int64_t x, int64_t x_end)
                    display_device.screen.bpp);
 }
 
-/// Makes one pixel of a device's screen black; nothing where there is none.
-inline void blacken_pixel(const framebuffer &device, int64_t x, int64_t y)
-{
-    const surface &screen = device.screen;
-    if (x < 0 || x >= screen.width || y < 0 || y >= screen.height)
-        return;
-    const int64_t bit = x * screen.bpp;
-    const int64_t offset = y * device.line_bytes + bit / 8;
-    const uint8_t first_pixel = uint8_t(0xFF << (8 - screen.bpp));
-    if (offset < device.screen_bytes)
-        device.screen_map[offset] &= uint8_t(~(first_pixel >> bit % 8));
-}
-
 /// A byte full of pixels of one gray at a depth: the gray's top bits, repeated.
 constexpr uint8_t packed_gray(uint8_t gray, int32_t bpp)
 {

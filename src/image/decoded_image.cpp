@@ -24,7 +24,7 @@ struct decoded_image {
     int components; // 1 gray, 2 gray and alpha, 3 red, green, blue, 4 with alpha
 };
 
-/// Decodes a file for `function`, whose name stands in the message.
+/// Decodes a file for `function`, whose name is part of the message.
 static decoded_image decode(const char *function, const char *path)
 {
     decoded_image image{};
@@ -53,7 +53,7 @@ template <int components, int bpp>
 static void pack_row(const uint8_t *from, int first, uint8_t *to, int64_t bytes)
 {
     constexpr int pixels = 8 / bpp;
-    uint32_t bits = uint32_t{*to} >> (pixels - first) * bpp; // the newest pixel lies lowest
+    uint32_t bits = uint32_t{*to} >> (pixels - first) * bpp; // the newest pixel is lowest
     const auto take_pixel = [&] {
         bits = bits << bpp | gray_of<components>(from) >> (8 - bpp);
         from += components;

@@ -13,6 +13,6 @@
 int paint_image(int32_t x, int32_t y, const char *path, int32_t *width_out, int32_t *height_out);
 
 /// Decodes an image to a file laid out like the screen memory, with the image at the top left and
-/// white around it. A file that exists is written over from its start and not cut. Returns 0, or 1
-/// with a message.
+/// white around it. A file that exists is written over from its start and not truncated. Returns 0,
+/// or 1 with a message.
 int decompress_image_to_file(const char *input_path, const char *output_path);

@@ -16,7 +16,7 @@ struct raw_header {
 };
 static_assert(sizeof(raw_header) == 12);
 
-/// Opens a raw image for `function`, whose name stands in the message.
+/// Opens a raw image for `function`, whose name is part of the message.
 static int open_image(const char *function, const char *path)
 {
     const int fd = open(path, O_RDONLY | O_CLOEXEC);
@@ -40,7 +40,7 @@ static int64_t floor_division(int64_t value, int64_t divisor)
 }
 
 /// Reads one row of `bytes` from the file to screen memory from offset `to`; what lies before
-/// `begin` or at or behind `end` is dropped. Returns false when the file ended.
+/// `begin` or from `end` on is dropped. Returns false when the file ended.
 static bool read_row(const descriptor &file, int64_t to, int64_t bytes, int64_t begin, int64_t end)
 {
     const int64_t shown = std::clamp(begin, to, to + bytes);

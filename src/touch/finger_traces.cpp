@@ -41,7 +41,7 @@ struct touch_state {
     int32_t current = no_contact_yet; // the last slot or tracking ID
     contact contacts[2];
     int update_counter = 0;
-    bool wipe = false; // wanted at the end of the block
+    bool wipe = false; // at the end of the block
 };
 
 static void show_screen()

@@ -32,18 +32,24 @@ static std::pair<int64_t, int64_t> steps_on_screen(const axis &a, int32_t size)
             std::min(int64_t(a.length), std::max(to_zero, to_edge))};
 }
 
+/// Nothing where the screen has no such pixel.
+static void blacken_pixel(int64_t x, int64_t y)
+{
+    if (y >= 0 && y < display_device.screen.height)
+        fill_span(screen_row(y), screen_span(y, x, x + 1), 0x00);
+}
+
 /// Bresenham's line, without its first point. A step goes one pixel along the longer axis, and
 /// along the shorter one whenever err, which grows by the shorter length, reaches the longer one.
 /// The walk starts where the longer axis enters the screen, with the err that it has there.
 static void draw_line(point from, point to)
 {
-    const framebuffer device = display_device; // a copy: plotting cannot change it
+    const surface &screen = display_device.screen;
     axis longer = axis_of(from.x, to.x), shorter = axis_of(from.y, to.y);
     const bool steep = longer.length < shorter.length;
     if (steep)
         std::swap(longer, shorter);
-    const auto [first, last] =
-        steps_on_screen(longer, steep ? device.screen.height : device.screen.width);
+    const auto [first, last] = steps_on_screen(longer, steep ? screen.height : screen.width);
     if (first > last)
         return;
     // Lengths are below 2^32, so their product and this sum fit 64 bits.
@@ -58,7 +64,7 @@ static void draw_line(point from, point to)
             err -= longer.length;
         }
         along += longer.step;
-        blacken_pixel(device, steep ? across : along, steep ? along : across);
+        blacken_pixel(steep ? across : along, steep ? along : across);
     }
 }
 
