@@ -28,7 +28,8 @@ struct decoded_image {
 static decoded_image decode(const char *function, const char *path)
 {
     decoded_image image{};
-    decoder_input input{descriptor(open(path, O_RDONLY | O_CLOEXEC))};
+    const int fd = open(path, O_RDONLY | O_CLOEXEC);
+    decoder_input input{descriptor(fd)};
     if (input.file.fd >= 0)
         image.pixels.reset(stbi_load_from_callbacks(&decoder_callbacks, &input, &image.width,
                                                     &image.height, &image.components, 0));
