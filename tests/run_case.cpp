@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstring>
 #include <fstream>
 #include <iomanip>
@@ -148,6 +149,10 @@ static std::string pasteable(const run_case &c, const std::string &folder)
             line += " '" + replaced(word, "'", "'\\''") + "'";
     for (const std::string &stream : c.closed)
         line += " " + stream + ">&-";
+    for (const std::string &stream : c.full)
+        line += " " + stream + ">/dev/full";
+    for (const std::string &stream : c.broken)
+        line += " " + stream + "> >(:)"; // bash
     return line;
 }
 
@@ -164,6 +169,14 @@ static std::string pasteable(const run_case &c, const std::string &folder)
     redirect(2, c.together ? "../out" : "../err", O_WRONLY | O_CREAT | O_APPEND);
     for (const std::string &stream : c.closed)
         close(stoi(stream));
+    for (const std::string &stream : c.full)
+        redirect(stoi(stream), "/dev/full", O_WRONLY);
+    for (const std::string &stream : c.broken) {
+        int ends[2];
+        dup2(pipe2(ends, O_CLOEXEC) == 0 ? ends[1] : -1, stoi(stream));
+        close(ends[0]);
+    }
+    signal(SIGPIPE, SIG_DFL);
     for (const std::string &assignment : environment_of(c, folder))
         putenv(strdup(assignment.c_str()));
     umask(0);

@@ -61,6 +61,8 @@ struct run_case {
     std::string pipe_after = "";
     strings environment = {}; ///< NAME=value
     strings closed = {};      ///< of the standard streams: "0", "1", "2"
+    strings broken = {};      ///< of them: pipes whose reader has gone
+    strings full = {};        ///< of them: on a disk without room
     bool together = false;    ///< standard error and every request go to standard output
     program runs = program::tavo;
     std::string name = ""; ///< of the test, where the arguments say too little

@@ -1,0 +1,83 @@
+// What the platform can do to a call: streams that take nothing, sizes that contradict themselves.
+#include "run_case.h"
+
+namespace {
+const std::string event(int code, int value)
+{
+    const uint32_t words[] = {0, 0, 3 | uint32_t(code) << 16, uint32_t(value)};
+    return {reinterpret_cast<const char *>(words), sizeof words};
+}
+/// From (10, 5) to (20, 5) with one finger.
+const std::string stroke =
+    event(0x2f, 0) + event(0x35, 10) + event(0x36, 5) + event(0x35, 20) + event(0x36, 5);
+const std::string refused_five_times = [] {
+    std::string requests;
+    for (int n = 1; n <= 5; ++n)
+        requests += formatted("fault update:%d; update 0,0 758x1024 wave=2 full -> -1; "
+                              "sleep 500000; ",
+                              n);
+    return requests;
+}();
+const geometry small = {300, 130, 300, 130, 8};
+
+// clang-format off
+const run_case streams[] = {
+    {.args = "-c -f", .draws = white,
+     .requests = "get-vscreeninfo; update 0,0 758x1024 wave=2 full; wait marker=42",
+     .broken = {"1"}, .name = "c f without a reader"},
+    {.args = "-n 99 99 hi", .requests = "get-hold 1; set-hold 0; release-hold 0",
+     .broken = {"1", "2"}, .name = "n and a message without readers"},
+    {.args = "-n 99 99 hi", .requests = "get-hold 1; set-hold 0; release-hold 0",
+     .full = {"1", "2"}, .name = "n and a message on a full disk"},
+    {.args = "-e", .draws = text(0, 0, "-e"),
+     .requests = "update 0,0 758x1024 wave=257 partial", .broken = {"1", "2"},
+     .name = "unknown option without readers"},
+    {.args = "-s '' -f",
+     .requests = refused_five_times + "update 0,0 758x1024 wave=2 full; wait marker=42",
+     .out = update_line("FULL", 2), .faults = "update:1-5", .broken = {"2"},
+     .name = "retries without a reader"},
+    {.args = "-s '' -f",
+     .requests = refused_five_times + "update 0,0 758x1024 wave=2 full; wait marker=42",
+     .faults = "update:1-5", .full = {"1", "2"}, .name = "retries on a full disk"},
+    {.args = "-n -s '' -f", .requests = "get-hold 1; set-hold 0; " + refused_five_times +
+     "update 0,0 758x1024 wave=2 full; wait marker=42", .faults = "update:1-5",
+     .broken = {"1", "2"}, .name = "n and retries without readers"},
+    {.args = "-r a!", .draws = white, .requests = "not closed", .status = 1, .broken = {"2"},
+     .name = "refused barcode without a reader"},
+    {.args = "-i -k fb", .requests = "get-fscreeninfo; get-vscreeninfo; get-waveform-type; "
+     "get-material-type; get-temperature; get-cmap start=0 len=256",
+     .files = {{"fb", canvas(small).memory, 0666}}, .screen = small, .broken = {"1"},
+     .name = "report and dump without a reader"},
+    {.args = "-t none out", .status = 1, .files = {{"out", ""}}, .broken = {"1"},
+     .name = "t without a reader"},
+    {.args = "-j events",
+     .draws = in_order({white, rectangle(0, 10, 120, 120, 0x0C),
+                        rectangle(180, 10, 120, 120, 0x0C), rectangle(10, 5, 10, 1, 0)}),
+     .requests = "update 0,0 WxH wave=257 partial; update 0,0 WxH wave=1 partial; "
+     "get-vscreeninfo; update 0,0 WxH wave=2 partial", .screen = small,
+     .given = {{"events", stroke}}, .broken = {"1", "2"}, .name = "touch trace without readers"},
+};
+
+// The 32-bit product of the virtual width and the depth wraps: lines of one byte, of no byte, and
+// of 758 bytes. `screen` is what is left.
+const run_case geometries[] = {
+    {.args = "-p", .draws = xor_pattern,
+     .requests = "get-vscreeninfo; update 0,0 65535x119 wave=2 partial",
+     .out = update_line("PARTIAL", 2), .settings = "size 65535x119\nvirtual 2147483649x119\n",
+     .screen = {1, 119, 1, 119, 8}},
+    {.args = "-d l=0,w=9999,h=9999", .draws = rectangle(0, 0, 1, 119, 0),
+     .requests = "get-vscreeninfo; update 0,0 9999x119 wave=2 partial",
+     .out = update_line("PARTIAL", 2), .settings = "size 65535x119\nvirtual 2147483649x119\n",
+     .screen = {1, 119, 1, 119, 8}},
+    {.args = "-t in.pgm out.raw", .files = {{"out.raw", std::string(150, '\xFF')}},
+     .settings = "size 64x300\nvirtual 2147483649x300\n", .screen = {1, 300, 1, 300, 4},
+     .given = {{"in.pgm", "P5 64 300 255\n" + std::string(64 * 300, '\0')}}},
+    {.args = "3 5 hello", .draws = text(3, 5, "hello"),
+     .requests = "update 0,0 758x1024 wave=257 partial", .out = update_line("PARTIAL", 257),
+     .settings = "virtual 536871670x1024\n"},
+    {.args = "-a2", .draws = grid(2), .settings = "virtual 536871670x1024\n"},
+};
+// clang-format on
+INSTANTIATE_TEST_SUITE_P(streams, tool, testing::ValuesIn(streams), name_of_case);
+INSTANTIATE_TEST_SUITE_P(geometries, tool, testing::ValuesIn(geometries), name_of_case);
+} // namespace
