@@ -43,7 +43,7 @@ convert pictures/lake.jpg -rotate 270 -quality 95 "$work/turned.jpg"
 } >"$work/a:photo%d"
 
 shows 200 758x1024 clock -f
-shows 0 758x1024 status -f
+shows 0 758x1024 status -f pictures/lake.png
 shows 100 800x600 photo-frame "$work/a:photo%d"
 shows 0 600x500 label M4-20 "Screws" "M4 x 20, steel, zinc-plated" "200 pieces" "Shelf 12"
 shows 0 758x1024 qr-code "WIFI:T:WPA;S:guests;P:welcome42;;" "Wireless network for guests"
