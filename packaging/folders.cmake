@@ -1,4 +1,0 @@
-# Run by cpack over the files to be packed: gives the folders their permissions, which so far follow
-# the umask of whoever builds.
-file(CHMOD_RECURSE ${CPACK_TEMPORARY_INSTALL_DIRECTORY} DIRECTORY_PERMISSIONS
-    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
