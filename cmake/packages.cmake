@@ -24,6 +24,10 @@ if(TARGET tavo-panel)
     install_program(tavo-panel)
     install(TARGETS tavo-panel-preload DESTINATION ${CMAKE_INSTALL_LIBDIR}/tavo-panel
         COMPONENT tavo-panel)
+    if(TARGET tavo-panel-view)
+        install(TARGETS tavo-panel-view DESTINATION ${CMAKE_INSTALL_LIBDIR}/tavo-panel
+            COMPONENT tavo-panel)
+    endif()
     list(APPEND CPACK_COMPONENTS_ALL tavo-panel)
     list(APPEND CPACK_PROGRAMS ${CMAKE_BINARY_DIR}/tavo-panel)
 endif()
@@ -75,8 +79,14 @@ drawing; made for scripts.")
 set(CPACK_DEBIAN_TAVO-PANEL_PACKAGE_NAME tavo-panel)
 set(CPACK_DEBIAN_TAVO-PANEL_PACKAGE_SECTION devel)
 set(CPACK_DEBIAN_TAVO-PANEL_PACKAGE_SUGGESTS tavo)
+# The page of --view needs one library more, whose package's name has the library's version.
+if(TARGET tavo-panel-view)
+    string(REGEX MATCH "^[0-9]+\\.[0-9]+" httplib_version "${HTTPLIB_VERSION}")
+    set(CPACK_DEBIAN_TAVO-PANEL_PACKAGE_RECOMMENDS libcpp-httplib${httplib_version})
+endif()
 set(CPACK_DEBIAN_TAVO-PANEL_DESCRIPTION "run commands on a virtual e-paper panel
 Runs any command, a whole shell script too, as if an e-paper panel were at
 /dev/fb0: the framebuffer is a file, every driver request is a line in a log,
-and what the panel's glass shows can be saved as PNG. It fails on request.")
+and what the panel's glass shows can be saved as PNG or watched on a page, which
+takes touches too. It fails on request.")
 include(CPack)

@@ -1,5 +1,7 @@
 #include "pictures.h"
 
+#include "message.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -46,7 +48,7 @@ bool write_png(const std::string &path, const gray_picture &picture)
     const bool complete = stream && picture.pixels && write_png_to(stream.get(), picture);
     if (complete && (in_place || rename(written.c_str(), path.c_str()) == 0))
         return true;
-    fprintf(stderr, "tavo-panel: cannot write %s: %s\n", path.c_str(), strerror(errno));
+    error_message("cannot write %s: %s", path.c_str(), strerror(errno));
     if (!in_place && stream)
         remove(written.c_str());
     return false;
@@ -82,10 +84,9 @@ int is_png(const dirent *entry)
 
 } // namespace
 
-gray_picture read_glass()
+gray_picture read_glass(panel_settings &settings)
 {
     const folder_lock lock;
-    panel_settings settings;
     if (!read_settings(settings))
         return {};
     gray_picture picture = make_picture(settings.visible);
@@ -106,7 +107,8 @@ bool can_replace(const char *path)
 
 bool write_glass(const char *path)
 {
-    return write_png(path, read_glass());
+    panel_settings settings;
+    return write_png(path, read_glass(settings));
 }
 
 bool open_frames(const char *path, frame_folder &frames)

@@ -12,9 +12,10 @@ struct gray_picture {
     size_t bytes() const { return size_t(size.width) * size.height; }
 };
 
-/// What the glass of the panel in the state folder shows: white unless it has been opened. There
-/// is none when memory is short or the settings cannot be understood.
-gray_picture read_glass();
+/// What the glass of the panel in the state folder shows, and the panel's settings at that time:
+/// white unless it has been opened. There is none when memory is short or the settings cannot be
+/// understood.
+gray_picture read_glass(panel_settings &settings);
 
 /// Whether a file is missing or regular, so that a complete one can take its place.
 bool can_replace(const char *path);
