@@ -3,8 +3,7 @@
 #
 # The baseline is that of Debian's armhf: ARMv7-A, Thumb-2, hard float with the 16 registers of
 # VFPv3-D16. Every Cortex-A has these; a few have no NEON, and a NEON instruction ends the program
-# there. So the decoder's NEON code is left out unless the target is known to have it (the preset
-# armhf-neon); both variants decode to the same pictures.
+# there. So the image decoder asks the kernel before it takes its NEON code; the rest has none.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
@@ -22,7 +21,6 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-option(TAVO_DECODER_NEON "Use the image decoder's NEON code" OFF)
 set(TAVO_EMULATOR "qemu-arm -L /usr/arm-linux-gnueabihf" CACHE STRING
     "Command that runs the tool when it is built for another machine")
 string(REPLACE " " ";" CMAKE_CROSSCOMPILING_EMULATOR "${TAVO_EMULATOR}")

@@ -12,11 +12,3 @@ endif()
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^armv7")
     target_link_options(tavo PRIVATE -Wl,-z,max-page-size=4096)
 endif()
-
-# Only the decoder has NEON code, and only there may the compiler make its own.
-set(decoder_neon_options -mfpu=neon)
-if(TAVO_DECODER_NEON)
-    set_property(SOURCE src/image/decoder.cpp APPEND PROPERTY
-        COMPILE_OPTIONS ${decoder_neon_options})
-    set_property(SOURCE src/image/decoder.cpp APPEND PROPERTY COMPILE_DEFINITIONS STBI_NEON)
-endif()

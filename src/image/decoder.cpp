@@ -10,7 +10,9 @@
 #define STBI_MAX_DIMENSIONS decoder_most_pixels_a_side
 #define STBI_NO_THREAD_LOCALS
 #define STBI_NO_LINEAR // floating-point output, which nobody asks for; 8-bit HDR stays
-#define STBI_HDR_GAMMA(value) hdr_gamma(value) // of the patched header
+// Of the patched header:
+#define STBI_HDR_GAMMA(value) hdr_gamma(value)
+#define STBI_NEON_AT_RUN_TIME // on ARM
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wall"
