@@ -12,3 +12,9 @@ endif()
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^armv7")
     target_link_options(tavo PRIVATE -Wl,-z,max-page-size=4096)
 endif()
+
+# There -O3 takes 7 % off decoding a PNG, for 12 KB. Other machines would pay three times as much.
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^armv7")
+    set_property(SOURCE src/image/decoder.cpp APPEND PROPERTY
+        COMPILE_OPTIONS $<$<CONFIG:Release>:-O3>)
+endif()
