@@ -18,6 +18,13 @@ const std::string refused_five_times = [] {
                               n);
     return requests;
 }();
+/// What the panel keeps of the first 119 pixels of a line that goes on over all of its bytes.
+const std::string working_buffer = [] {
+    std::string bytes;
+    for (const char byte : canvas({1, 119, 1, 119, 8}).memory)
+        bytes += std::string(2, byte);
+    return bytes;
+}();
 const geometry small = {300, 130, 300, 130, 8};
 
 // clang-format off
@@ -65,10 +72,9 @@ const run_case geometries[] = {
      .requests = "get-vscreeninfo; update 0,0 65535x119 wave=2 partial",
      .out = update_line("PARTIAL", 2), .settings = "size 65535x119\nvirtual 2147483649x119\n",
      .screen = {1, 119, 1, 119, 8}},
-    {.args = "-d l=0,w=9999,h=9999", .draws = rectangle(0, 0, 1, 119, 0),
-     .requests = "get-vscreeninfo; update 0,0 9999x119 wave=2 partial",
-     .out = update_line("PARTIAL", 2), .settings = "size 65535x119\nvirtual 2147483649x119\n",
-     .screen = {1, 119, 1, 119, 8}},
+    {.args = "-k wb -s w=-1", .requests = "get-work-buffer",
+     .out = "write 238 byte @ADDRESS to wb\n", .files = {{"wb", working_buffer, 0666}},
+     .settings = "size 65535x119\nvirtual 2147483649x119\n", .screen = {1, 119, 1, 119, 8}},
     {.args = "-t in.pgm out.raw", .files = {{"out.raw", std::string(150, '\xFF')}},
      .settings = "size 64x300\nvirtual 2147483649x300\n", .screen = {1, 300, 1, 300, 4},
      .given = {{"in.pgm", "P5 64 300 255\n" + std::string(64 * 300, '\0')}}},

@@ -6,6 +6,7 @@
 #include "display/device.h"
 #include "display/driver_requests.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdint>
 #include <cstdlib>
@@ -37,10 +38,11 @@ void dump_framebuffer(const char *path)
           static_cast<void *>(device.buffer_map), int(written), path);
 }
 
-/// Reads the working buffer and writes it to the file.
-static void copy_working_buffer(const descriptor &file, const char *path, size_t size)
+/// Reads the working buffer, of at most `capacity` bytes, and writes the first `size` of it.
+static void copy_working_buffer(const descriptor &file, const char *path, size_t size,
+                                size_t capacity)
 {
-    const size_t whole_pages = (size + page - 1) / page * page;
+    const size_t whole_pages = (capacity + page - 1) / page * page;
     const heap_bytes buffer(static_cast<uint8_t *>(aligned_alloc(page, whole_pages)));
     if (!buffer) {
         print("can't allocate %zu byte for working buffer\n", size);
@@ -65,10 +67,12 @@ void dump_working_buffer_to(const char *path)
         print("can't open %s to dump\n", path);
         return;
     }
-    // Below 8 bits per pixel the driver keeps two bytes a pixel all the same. Sides are below 2^31.
+    // Below 8 bits per pixel the driver keeps two bytes a pixel all the same: of each pixel that it
+    // claims to have, also where the screen had to be made smaller. Sides are below 2^31.
     const int64_t pixels = int64_t{screen.width} * screen.height;
-    if (pixels <= 0 || pixels > INT32_MAX / 2)
-        print("can't allocate %" PRId64 " byte for working buffer\n", pixels * 2);
+    const uint64_t claimed = std::max(uint64_t{var_info.xres} * var_info.yres, uint64_t(pixels));
+    if (pixels == 0 || claimed > INT32_MAX / 2)
+        print("can't allocate %" PRIu64 " byte for working buffer\n", claimed * 2);
     else
-        copy_working_buffer(file, path, size_t(pixels) * 2);
+        copy_working_buffer(file, path, size_t(pixels) * 2, size_t(claimed) * 2);
 }
