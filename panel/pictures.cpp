@@ -116,18 +116,17 @@ bool open_frames(const char *path, frame_folder &frames)
     if (mkdir(path, 0777) != 0 && errno != EEXIST)
         return false;
     char absolute[PATH_MAX];
-    dirent **entries = nullptr;
-    const int count =
-        realpath(path, absolute) ? scandir(absolute, &entries, is_png, alphasort) : -1;
-    if (count < 0)
+    if (!realpath(path, absolute))
         return false;
     frames = {absolute, 0};
+    dirent **entries = nullptr;
+    const int count = scandir(absolute, &entries, is_png, alphasort);
     for (int i = 0; i < count; ++i) {
         frames.last_number = std::max(frames.last_number, atoi(entries[i]->d_name));
         free(entries[i]);
     }
-    free(entries);
-    return true;
+    free(static_cast<void *>(entries));
+    return count >= 0;
 }
 
 bool take_frames(frame_folder &frames)
@@ -146,6 +145,6 @@ bool take_frames(frame_folder &frames)
         taken &= write_png(frames.path + "/" + number + description + ".png", read_pgm(source));
         remove(source.c_str());
     }
-    free(entries);
+    free(static_cast<void *>(entries));
     return taken;
 }

@@ -34,7 +34,7 @@ struct program_file {
 bool read_head(const program_file &file, program_head &head)
 {
     head = {};
-    return pread(file.fd, &head, sizeof head - 1, 0) > 0;
+    return file.fd >= 0 && pread(file.fd, &head, sizeof head - 1, 0) > 0;
 }
 
 // The program that the dynamic loader loads libraries into names that loader.

@@ -14,7 +14,7 @@ struct run_request {
     const char *png = nullptr;    // the file that shows the glass; null: none
     const char *frames = nullptr; // the folder of a picture per update; null: none
     const char *port = nullptr;   // of the page, "" for the usual one; null: no page
-    std::vector<touch_event> touches = {};
+    std::vector<touch_event> touches;
 };
 
 /// Lets signals wait until `run_command` asks for them, so that none ends this program before it

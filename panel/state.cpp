@@ -113,8 +113,11 @@ bool take_fault(const char *&list, fault_word &fault)
         if (!take_count(++list, fault.first))
             return false;
         fault.last = fault.first;
-        if (*list == '-' && !take_count(++list, fault.last))
-            fault.last = ULONG_MAX;
+        if (*list == '-') {
+            ++list;
+            if (!take_count(list, fault.last))
+                fault.last = ULONG_MAX;
+        }
     }
     return (*list == ' ' || *list == '\0') && fault.name < std::size(fault_names) &&
            fault.first >= 1 && fault.first <= fault.last;

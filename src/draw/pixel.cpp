@@ -94,7 +94,7 @@ struct stored_values {
 
 static stored_values stored_values_for(int32_t from_bpp, int32_t to_bpp)
 {
-    stored_values stored;
+    stored_values stored{};
     for (int ink = 0; ink < 1 << from_bpp; ++ink) {
         auto widened = uint8_t(ink);
         for (int32_t bpp = from_bpp; bpp < to_bpp; bpp *= 2)
