@@ -19,17 +19,9 @@ struct update_request {
     uint32_t reserved[9];
     uint32_t tail_word_1, tail_word_2;
 };
-static_assert(sizeof(update_request) == 80);
-static_assert(offsetof(update_request, top) == 0 && offsetof(update_request, left) == 4);
-static_assert(offsetof(update_request, width) == 8 && offsetof(update_request, height) == 12);
-static_assert(offsetof(update_request, wave_mode) == 16);
-static_assert(offsetof(update_request, update_mode) == 20);
-static_assert(offsetof(update_request, update_marker) == 24);
-static_assert(offsetof(update_request, temperature) == 28);
-static_assert(offsetof(update_request, flags) == 32);
+static_assert(sizeof(update_request) == 80 && offsetof(update_request, wave_mode) == 16);
 static_assert(offsetof(update_request, reserved) == 36);
 static_assert(offsetof(update_request, tail_word_1) == 72);
-static_assert(offsetof(update_request, tail_word_2) == 76);
 
 /// Names an update to the driver, which may write the second word while it is waited for.
 struct update_marker {
