@@ -24,6 +24,23 @@ struct decoded_image {
     int components; // 1 gray, 2 gray and alpha, 3 red, green, blue, 4 with alpha
 };
 
+struct reason_text {
+    char text[64];
+};
+
+/// Why the decoder failed, in printable characters: it quotes the name of an unknown chunk, which
+/// may hold any bytes. For a few damages it gives no reason of its own.
+static reason_text failure_reason()
+{
+    const char *const given = stbi_failure_reason();
+    reason_text reason{};
+    strncpy(reason.text, given != nullptr ? given : "corrupt", sizeof reason.text - 1);
+    for (char *c = reason.text; *c != '\0'; ++c)
+        if (*c < ' ' || *c > '~')
+            *c = '?';
+    return reason;
+}
+
 /// Decodes a file for `function`, whose name is part of the message.
 static decoded_image decode(const char *function, const char *path)
 {
@@ -35,7 +52,7 @@ static decoded_image decode(const char *function, const char *path)
                                                     &image.height, &image.components, 0));
     if (!image.pixels)
         message(function, "cannot open \"%s\":%s\n", path,
-                input.file.fd < 0 ? "can't fopen" : stbi_failure_reason());
+                input.file.fd < 0 ? "can't fopen" : failure_reason().text);
     return image;
 }
 
