@@ -1,0 +1,189 @@
+// The command tavo-panel: its messages, what the command gets, what is left, and other programs.
+#include "run_case.h"
+
+namespace {
+const std::string gc16 = update_line("PARTIAL", 2);
+
+/// A call of tavo-panel on the panel of the case.
+run_case on_panel(const shell_words &args, run_case c)
+{
+    c.args = {"--state ../state " + args.text, args.file, args.line};
+    c.runs = program::panel;
+    return c;
+}
+
+/// A call of tavo-panel without a state folder, of which nothing may be left.
+run_case alone(const shell_words &args, run_case c)
+{
+    c.args = args;
+    c.runs = program::panel;
+    c.environment.push_back("TMPDIR=.");
+    return c;
+}
+
+run_case refused(const shell_words &args, const std::string &message)
+{
+    return alone(args, {.err = "tavo-panel: " + message + "\n", .status = 2});
+}
+
+const std::string never_opened = "tavo-panel: the command never opened the panel\n";
+const std::string draws_on_device =
+    ": the panel cannot be loaded into it, and it would draw on a real device\n";
+const std::string fault_list =
+    " is no fault: NAME, NAME:2, NAME:1-3 or NAME:2-, with a NAME of\n  open\n  map\n"
+    "  get-vscreeninfo\n  get-fscreeninfo\n  get-cmap\n  update\n  wait\n  get-hold\n  set-hold\n"
+    "  release-hold\n  get-work-buffer\n  get-waveform-type\n  get-material-type\n"
+    "  get-temperature\n  read\n  write\n  short-read\n  short-write\n  eintr-read\n"
+    "  eintr-write\n  calloc\n  aligned_alloc";
+const test_file victim = {"victim", "precious\n", 0644};
+const test_file foreign = {"foreign",
+                           "\x7f"
+                           "ELF\1\1\1" +
+                               std::string(60, '\0'),
+                           0755};
+
+const geometry small = {32, 20, 40, 30, 8};
+/// The picture that a run starts with, in colors.
+std::string ppm_of(const geometry &g)
+{
+    std::string ppm = formatted("P6 %d %d 255\n", g.width, g.height);
+    for (int y = 0; y < g.height; ++y)
+        for (int x = 0; x < g.width; ++x)
+            ppm.append(3, char(canvas(g).get(x, y)));
+    return ppm;
+}
+
+// clang-format off
+const run_case messages[] = {
+    refused("", "no command given (see --help)"),
+    refused("--what true", "unknown option --what (see --help)"),
+    refused("-x true", "unknown option -x (see --help)"),
+    refused("--state", "--state needs a word after it (see --help)"),
+    refused("--bpp 33 true", "--bpp cannot be \"33\" (see --help)"),
+    refused("--size 0x5 true", "--size cannot be \"0x5\" (see --help)"),
+    refused("--regions none true", "--regions cannot be \"none\" (see --help)"),
+    refused("--size 9x9 --virtual 8x20 true",
+            "the virtual size 8x20 is below the visible size 9x9"),
+    refused("--size 9x9 --virtual 20x8 true",
+            "the virtual size 20x8 is below the visible size 9x9"),
+    refused("--fail updat true", "\"updat\"" + fault_list),
+    refused("--fail 'map update:0' true", "\"update:0\"" + fault_list),
+    refused("--fail update:3-2 true", "\"update:3-2\"" + fault_list),
+    refused("--fail map --fail wait:2x true", "\"wait:2x\"" + fault_list),
+    refused("--view 65536 true", "--view cannot be \"65536\": a port is 1 to 65535"),
+    refused("--touch none true", "cannot read none: No such file or directory"),
+    refused("--state no/x true", "cannot make the folder no/x: No such file or directory"),
+    refused("--state /tmp true", "/tmp must be a folder of yours that others cannot write to"),
+    refused("--frames /dev/null/x true",
+            "cannot use the folder /dev/null/x: Not a directory"),
+    alone("--touch strokes true", {.err = "tavo-panel: strokes:3: a line is \"X Y\", \"2: X Y\", "
+     "\"up\" or \"2: up\"\n", .status = 2, .given = {{"strokes", "1 2\n# 3\n4\n"}}}),
+    alone("--help", {.out = anything}),
+    alone("--version", {.out = "tavo-panel 1.0.0\n"}),
+    alone("/sbin/ldconfig", {.err = "tavo-panel: /sbin/ldconfig is statically linked" +
+     draws_on_device, .status = 126}),
+    alone("./script", {.err = "tavo-panel: /sbin/ldconfig is statically linked" + draws_on_device,
+     .status = 126, .given = {{"script", "#! /sbin/ldconfig -p\n", 0755}}}),
+    alone("./foreign", {.err = "tavo-panel: ./foreign is built for another processor than the "
+     "panel" + draws_on_device, .status = 126, .given = {foreign}}),
+    alone("./none", {.err = "tavo-panel: cannot run ./none: No such file or directory\n",
+     .status = 127}),
+    alone("true", {.err = never_opened}),
+    alone("--touch strokes tavo -s ''", {.out = gc16, .err = anything, .given =
+     {{"strokes", "1 2\n"}}}),
+    alone("sh -c 'exit 7'", {.status = 7}),
+    alone("sh -c 'kill -9 $$'", {.status = 137}),
+    alone("--png no/x.png tavo -l", {.out = gc16, .err =
+     "tavo-panel: cannot write no/x.png: No such file or directory\n", .status = 1}),
+    alone("--png /dev/full tavo -l", {.out = gc16, .err =
+     "tavo-panel: cannot write /dev/full: No space left on device\n", .status = 1}),
+};
+
+const run_case runs[] = {
+    on_panel("--trace --fail update:1-2 --fail wait tavo -s '' -f", {.requests =
+     "fault update:1; update 0,0 WxH wave=2 full -> -1; sleep 500000; fault update:2; "
+     "update 0,0 WxH wave=2 full -> -1; sleep 500000; update 0,0 WxH wave=2 full; "
+     "fault wait:1; wait marker=42 -> -1", .out = update_line("FULL", 2), .err = anything}),
+    on_panel("--summary sh -c 'tavo -s w=9; tavo -s \"\" -w du -f; tavo -x 30 -y 1 -s w=9 -w a2; "
+             "tavo -x -1 -s \"\" -w du'", {.requests = anything, .out = anything, .err =
+     "retrying.. -1retrying.. -1retrying.. -1retrying.. -1retrying.. -1"
+     "tavo-panel: updates 3, full 1, refused 6, panel time 830 ms\n"}),
+    // The caller's libraries and options stay; the state's path is absolute.
+    on_panel("--fail wait sh -c 'cd /; echo $LD_PRELOAD $ASAN_OPTIONS $TAVO_PANEL_FAIL; "
+             "test -p $TAVO_PANEL_STATE/touch'", {.out = PANEL_LIBRARY ":libm.so.6 "
+     "verify_asan_link_order=0:verify_asan_link_order=0 wait\n", .err = never_opened,
+     .environment = {"LD_PRELOAD=libm.so.6"}}),
+    // A kill is passed on, and what the command left running is ended with it.
+    alone("sh -c 'kill -TERM $PPID; sleep 30'", {.status = 143}),
+    alone("sh -c 'kill -HUP $PPID; sleep 30'", {.status = 129}),
+    // What goes on drawing is waited for.
+    alone("--summary sh -c '(sleep 0.2; exec tavo -l) & exit 3'", {.out = gc16, .err =
+     "tavo-panel: updates 1, full 0, refused 0, panel time 450 ms\n", .status = 3}),
+    // Settings stay, and a virtual size goes with its visible one.
+    on_panel("sh -c 'tavo-panel --state s --size 9x8 --virtual 10x11 --bpp 4 true; "
+             "tavo-panel --state s --mm 1x2 --size 7x6 true; cat s/panel; ls s; rm -r s'",
+     {.out = "id epd-virtual\nregions screen\nsize 7x6\nvirtual 7x6\nmm 1x2\nbpp 4\ntype 0\n"
+     "visual 3\nwaveform-type 8\nmaterial-type 1\ntemperature 25\nnumbered 0\npanel\ntouch\n",
+     .err = never_opened + never_opened + never_opened}),
+    // No link out of the folder is followed, and nobody else may write to it.
+    on_panel("sh -c 'for file in memory glass wanted hold log panel; do rm -rf s; "
+             "tavo-panel --state s tavo -n -s \"\" >s.out 2>&1; rm -f s/$file; "
+             "ln -s ../victim s/$file; tavo-panel --state s tavo -n -s \"\" >s.out 2>&1; done; "
+             "rm -r s s.out'",
+     {.err = never_opened, .given = {victim}}),
+    on_panel("sh -c 'tavo-panel --state s true; chmod 777 s; TAVO_PANEL_STATE=s tavo -l; rm -r s'",
+     {.out = "tavo: open_device> cannot open framebuffer device \"/dev/fb0\"\n",
+     .err = never_opened + never_opened}),
+    // A path with blanks, into which the library cannot be preloaded directly.
+    on_panel("sh -c 'mkdir \"a b\"; ln $(dirname $(command -v tavo))/*tavo-panel* \"a b\"; "
+             "\"a b/tavo-panel\" --state s sh -c \"tavo -l; echo \\$LD_PRELOAD\" | cut -c 1-15; "
+             "rm -r \"a b\" s'", {.out = gc16.substr(0, 15) + "\n/tmp/tavo-panel\n",
+     .err = never_opened}),
+    // Four at once: no update and no setting is lost.
+    on_panel("--summary sh -c 'for w in 1 2 3 4; do (for i in 1 2 3 4 5 6 7 8 9; do tavo-panel "
+             "--state ../state --mm ${i}x$w tavo -s \"\"; done) & done; wait'",
+     {.requests = anything, .out = anything,
+     .err = "tavo-panel: updates 36, full 0, refused 0, panel time 16200 ms\n"}),
+    // Other programs see the same panel.
+    on_panel("sh -c 'fbset -i | grep -Eo \"geometry.*|epd.*|Len.*\"; fbcat >screen.ppm'",
+     {.requests = anything, .out = "geometry 32 20 40 30 8\nepd-virtual\nLength  : 40\n",
+     .files = {{"screen.ppm", ppm_of(small), 0666}}, .screen = small}),
+    // Strokes as the records of a 32-bit kernel; then in the touch test.
+    on_panel("--touch strokes sh -c 'head -c 256 ../state/touch | od -An -v -w16 -td2 | "
+             "while read a b c d type code value sign; do echo $type $code $value $sign; done'",
+     {.out = "3 47 0 0\n3 57 0 0\n3 53 10 0\n3 54 20 0\n0 0 0 0\n3 47 1 0\n3 57 1 0\n"
+     "3 53 -30 -1\n3 54 40 0\n0 0 0 0\n3 57 -1 -1\n0 0 0 0\n3 47 0 0\n3 53 10 0\n3 54 21 0\n"
+     "0 0 0 0\n", .err = never_opened,
+     .given = {{"strokes", "# two fingers\n10 20\n2: -30 40\n2: up\n\n10 21\n"}}}),
+    on_panel("--touch strokes tavo -j ../state/touch", {.draws = white, .requests = anything,
+     .out = anything, .err = "30 9 3 9\nTouch released\n",
+     .given = {{"strokes", "3 9\n30 9\nup\n5 1000\n"}}}),
+};
+// clang-format on
+// The picture is written while the command runs, and a frame for each update.
+TEST(panel, leaves_pictures)
+{
+    const painter bands =
+        levels([](const geometry &, int x, int y) { return 255 - 17 * (x / 8 + y / 5 * 4); });
+    run_case call = on_panel(
+        "--png ../p.png --frames ../film sh -c 'tavo -l; until test -s ../p.png; do sleep 0.02; "
+        "done; "
+        "tavo -n -c; tavo -g ../p.png; tavo -x 1 -y 2 -s w=3,h=4 -w du -f'",
+        {.draws = in_order({white, bands}),
+         .requests = anything,
+         .out = anything,
+         .screen = small});
+    virtual_panel panel(call);
+    panel.check(call);
+    const std::string first = panel.read("film/0001-0,0-32x20-gc16-partial.png");
+    EXPECT_EQ(first.substr(1, 3), "PNG");
+    EXPECT_EQ(panel.read("film/0002-0,0-32x20-gc16-partial.png"), first);
+    EXPECT_EQ(panel.read("film/0003-1,2-3x4-du-full.png"), panel.read("p.png"));
+    EXPECT_NE(panel.read("p.png"), first);
+    panel.run(call); // numbers go on
+    EXPECT_NE(panel.read("film/0006-1,2-3x4-du-full.png"), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(panel_messages, tool, testing::ValuesIn(messages), name_of_case);
+INSTANTIATE_TEST_SUITE_P(panel_runs, tool, testing::ValuesIn(runs), name_of_case);
+} // namespace
