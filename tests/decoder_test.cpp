@@ -3,9 +3,11 @@
 #pragma GCC diagnostic ignored "-Wunused-function"
 #include "image/decoder.cpp"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <numeric>
 #include <random>
+#include <vector>
 
 using bytes = std::vector<uint8_t>;
 
