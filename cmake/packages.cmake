@@ -81,7 +81,7 @@ set(CPACK_DEBIAN_TAVO-PANEL_PACKAGE_SECTION devel)
 set(CPACK_DEBIAN_TAVO-PANEL_PACKAGE_SUGGESTS tavo)
 # The page of --view needs one library more, whose package's name has the library's version.
 if(TARGET tavo-panel-view)
-    string(REGEX MATCH "^[0-9]+\\.[0-9]+" httplib_version "${HTTPLIB_VERSION}")
+    string(REGEX MATCH "^[0-9]+\\.[0-9]+" httplib_version "${HTTPLIB_cpp-httplib_VERSION}")
     set(CPACK_DEBIAN_TAVO-PANEL_PACKAGE_RECOMMENDS libcpp-httplib${httplib_version})
 endif()
 set(CPACK_DEBIAN_TAVO-PANEL_DESCRIPTION "run commands on a virtual e-paper panel
