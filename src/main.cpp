@@ -32,6 +32,9 @@
 #include <iterator>
 #include <unistd.h>
 
+// No option prints it: `strings` finds it in the program.
+[[gnu::used, gnu::retain]] constexpr char version[] = "tavo " TAVO_VERSION;
+
 /// Where a call goes on after a stage.
 enum class continuation { operands, release, close };
 

@@ -79,7 +79,7 @@ const run_case messages[] = {
     alone("--touch strokes true", {.err = "tavo-panel: strokes:3: a line is \"X Y\", \"2: X Y\", "
      "\"up\" or \"2: up\"\n", .status = 2, .given = {{"strokes", "1 2\n# 3\n4\n"}}}),
     alone("--help", {.out = anything}),
-    alone("--version", {.out = "tavo-panel 1.0.0\n"}),
+    alone("--version", {.out = "tavo-panel 1.1.0\n"}),
     alone("/sbin/ldconfig", {.err = "tavo-panel: /sbin/ldconfig is statically linked" +
      draws_on_device, .status = 126}),
     alone("./script", {.err = "tavo-panel: /sbin/ldconfig is statically linked" + draws_on_device,
