@@ -10,15 +10,11 @@ trap 'rm -rf "$work"' EXIT
 
 fail() { echo "examples: $*" >&2; exit 1; }
 stub() { printf '#!/bin/sh\n%s\n' "$2" >"$work/$1" && chmod +x "$work/$1"; }
-# panel OPTION... EXAMPLE ARGUMENT...: what the panel says is left in the file "said".
+# panel OPTION... EXAMPLE ARGUMENT...: leaves what is said in the file "said".
 panel() {
     env -i PATH="$work:$programs:/usr/bin:/bin" "$programs/tavo-panel" "$@" >"$work/said" 2>&1
 }
-quiet() {
-    if ! panel "$@" || [[ -s $work/said ]]; then
-        fail "$*: $(<"$work/said")"
-    fi
-}
+quiet() { { panel "$@" && [[ ! -s $work/said ]]; } || fail "$*: $(<"$work/said")"; }
 
 # shows MOST SIZE EXAMPLE ARGUMENT...: says nothing, and shows the picture in the tree, but for MOST
 # pixels that differ by more than one gray of sixteen: ImageMagick's letters and scaled pictures
