@@ -131,7 +131,7 @@ const run_case runs[] = {
              "ln -s ../victim s/$file; tavo-panel --state s tavo -n -s \"\" >s.out 2>&1; done; "
              "rm -r s s.out'",
      {.err = never_opened, .given = {victim}}),
-    on_panel("sh -c 'tavo-panel --state s true; chmod 777 s; TAVO_PANEL_STATE=s tavo -l; rm -r s'",
+    on_panel("sh -c 'tavo-panel --state s true; chmod 702 s; TAVO_PANEL_STATE=s tavo -l; rm -r s'",
      {.out = "tavo: open_device> cannot open framebuffer device \"/dev/fb0\"\n",
      .err = never_opened + never_opened}),
     // A path with blanks, into which the library cannot be preloaded directly.
@@ -148,6 +148,18 @@ const run_case runs[] = {
     on_panel("sh -c 'fbset -i | grep -Eo \"geometry.*|epd.*|Len.*\"; fbcat >screen.ppm'",
      {.requests = anything, .out = "geometry 32 20 40 30 8\nepd-virtual\nLength  : 40\n",
      .files = {{"screen.ppm", ppm_of(small), 0666}}, .screen = small}),
+    // The driver's errors: an unknown request, then regions (top, left, width, height).
+    on_panel("perl -e 'open F, \"+<\", \"/dev/fb0\"; $_ = \"x\" x 80; "
+             "sub ask { print ioctl(F, $_[0], $_[1]) ? 0 : $! + 0, q( ) } ask(0x1234, $_); "
+             "ask(0x4050462e, pack(q(l4 x64), @$_)) for [0, 0, 32, 20], [19, 31, 1, 1], "
+             "[0, 0, 33, 20], [0, 0, 32, 21], [0, -1, 5, 5], [-1, 0, 5, 5], [0, 0, 0, 5], "
+             "[0, 0, 5, 0], [2147483647, 0, 1, 1], [0, 2147483647, 1, 1]'",
+     {.requests = anything, .out = "25 0 0 22 22 22 22 22 22 22 22 ", .screen = small}),
+    // A device is neither emptied nor made longer.
+    on_panel("sh -c ': >/dev/fb0; printf x >>/dev/fb0'", {.draws = [](canvas &c) {
+     c.memory[0] = 'x'; }, .requests = "open; close; open", .screen = small}),
+    on_panel("sh -c 'tavo -n -s \"\"; cat ../state/hold; tavo -n; cat ../state/hold'",
+     {.requests = anything, .out = gc16 + "1\n0\n"}),
     // Strokes as the records of a 32-bit kernel; then in the touch test.
     on_panel("--touch strokes sh -c 'head -c 256 ../state/touch | od -An -v -w16 -td2 | "
              "while read a b c d type code value sign; do echo $type $code $value $sign; done'",
