@@ -3,6 +3,11 @@
 
 #include <cstring>
 
+struct barcode_row {
+    shell_words args;
+    std::string letters, name = "";
+};
+
 namespace {
 const std::string characters = "* $%+-./0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
 
@@ -79,10 +84,6 @@ outcome draw_barcode(canvas &c, const std::string &letters)
     return last;
 }
 
-struct barcode_row {
-    shell_words args;
-    std::string letters, name = "";
-};
 class barcode_on_screens : public testing::TestWithParam<std::tuple<barcode_row, geometry>> {};
 
 TEST_P(barcode_on_screens, is_drawn)

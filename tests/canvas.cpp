@@ -4,9 +4,9 @@
 #include <cctype>
 #include <cstdarg>
 #include <cstdint>
-#include <stdexcept>
 
 #define STB_IMAGE_STATIC
+#define STBI_NO_SIMD // which the tool uses where it can
 #define STB_IMAGE_IMPLEMENTATION
 #include <stb/stb_image.h>
 #define STB_IMAGE_WRITE_STATIC
@@ -73,10 +73,16 @@ bool canvas::fits(int x, int y, int width, int height)
 
 test_picture::test_picture(const std::string &path)
 {
-    int components;
-    pixels = stbi_load(path.c_str(), &width, &height, &components, 1);
-    if (pixels == nullptr)
-        throw std::runtime_error("cannot load " + path);
+    stbi_uc *const decoded = stbi_load(path.c_str(), &width, &height, &components, 0);
+    if (decoded != nullptr)
+        pixels.assign(decoded, decoded + width * height * components);
+    stbi_image_free(decoded);
+}
+
+int test_picture::gray(int x, int y) const
+{
+    const unsigned char *const pixel = &pixels.at(size_t((y * width + x) * components));
+    return components < 3 ? pixel[0] : (pixel[0] + pixel[1] + pixel[2]) / 3;
 }
 
 void canvas::text(int column, int row, const std::string &letters, bool highlight)

@@ -22,12 +22,12 @@ constexpr geometry paper = {758, 1024, 758, 1024, 8};
 /// end within a byte, one whose lines have no whole byte, one that claims more than it has.
 const std::vector<geometry> &all_screens();
 
-/// A picture file that the tests bring along.
+/// A picture file, as the plain decoder has it.
 struct test_picture {
     explicit test_picture(const std::string &path);
-    int gray(int x, int y) const { return pixels[size_t(y * width + x)]; }
-    int width, height;
-    const unsigned char *pixels;
+    int gray(int x, int y) const; ///< 0..255
+    int width = 0, height = 0, components = 0;
+    std::vector<unsigned char> pixels; // none if it cannot be decoded
 };
 
 /// What the framebuffer should hold, drawn over the pattern that every run starts with, and what

@@ -3,6 +3,13 @@
 #include "draw/fills.h"
 #include "run_case.h"
 
+struct rectangle_row {
+    shell_words args;
+    int64_t x, y, width, height;
+    int level;
+    std::string name = "";
+};
+
 namespace {
 /// Four bands in each direction, as wide as fits, and what is left over.
 painter bands(int (*gray)(int column, int row))
@@ -40,12 +47,6 @@ const run_case whole_screens[] = {
     {.args = "-a2147483647", .draws = grid(2147483647)},
 };
 
-struct rectangle_row {
-    shell_words args;
-    int64_t x, y, width, height;
-    int level;
-    std::string name = "";
-};
 constexpr int64_t most = INT32_MAX, least = INT32_MIN;
 const rectangle_row rectangles[] = {
     {"-d l=40,w=20,h=11 -x 3 -y 2", 3, 2, 20, 11, 0x40},

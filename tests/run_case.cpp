@@ -344,11 +344,6 @@ std::string name_of_case(const testing::TestParamInfo<run_case> &row)
     return test_name(name.substr(0, 60) + formatted(" %zu", row.index));
 }
 
-void PrintTo(const run_case &c, std::ostream *out)
-{
-    *out << c.args.text;
-}
-
 void PrintTo(const geometry &g, std::ostream *out)
 {
     *out << test_name(g);

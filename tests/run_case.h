@@ -106,7 +106,15 @@ strings split(const std::string &words);
 /// Suites of cases: on the screen that each names, or on every one of all_screens().
 class tool : public testing::TestWithParam<run_case> {};
 class tool_on_screens : public testing::TestWithParam<std::tuple<run_case, geometry>> {};
-void PrintTo(const run_case &c, std::ostream *out);
+template <class row>
+requires requires(const row &r)
+{
+    r.args.text;
+}
+void PrintTo(const row &r, std::ostream *out)
+{
+    *out << r.args.text;
+}
 void PrintTo(const geometry &g, std::ostream *out);
 /// Letters and digits of a text, with low lines between them.
 std::string test_name(const std::string &text);

@@ -1,6 +1,12 @@
 // Printed text and the scroll.
 #include "run_case.h"
 
+struct scroll_row {
+    shell_words args;
+    int64_t start, count, bytes; // 0: whole lines
+    std::string name = "";
+};
+
 namespace {
 // clang-format off
 const std::string partial_auto = update_line("PARTIAL", 257);
@@ -42,11 +48,6 @@ INSTANTIATE_TEST_SUITE_P(texts, text_on_screens,
                                           testing::ValuesIn(all_screens())),
                          name_on_screen<run_case>);
 
-struct scroll_row {
-    shell_words args;
-    int64_t start, count, bytes; // 0: whole lines
-    std::string name = "";
-};
 // clang-format off
 const scroll_row scrolls[] = {
     {"-z 2 1", 2, 1, 0}, {"-z 2 3 5", 2, 3, 5}, {"-z 2 1 1", 2, 1, 1}, {"-z 2 28", 2, 28, 0},
