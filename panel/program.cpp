@@ -104,8 +104,7 @@ std::string find_obstacle(const std::string &path)
         }
         if (memcmp(head.text, ELFMAG, SELFMAG) != 0)
             return ""; // a shell runs it
-        if (head.elf.e_ident[EI_CLASS] != own.elf.e_ident[EI_CLASS] ||
-            head.elf.e_machine != own.elf.e_machine)
+        if (head.elf.e_machine != own.elf.e_machine)
             return program + " is built for another processor than the panel";
         if (!names_loader(file, head.elf))
             return program + " is statically linked";

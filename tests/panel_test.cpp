@@ -112,7 +112,7 @@ const run_case runs[] = {
     on_panel("--fail wait sh -c 'cd /; echo $LD_PRELOAD $ASAN_OPTIONS $TAVO_PANEL_FAIL; "
              "test -p $TAVO_PANEL_STATE/touch'", {.out = PANEL_LIBRARY ":libm.so.6 "
      "verify_asan_link_order=0:verify_asan_link_order=0 wait\n", .err = never_opened,
-     .environment = {"LD_PRELOAD=libm.so.6"}}),
+     .environment = {"LD_PRELOAD=libm.so.6", "TAVO_PANEL_FAIL=map"}}),
     // A kill is passed on, and what the command left running is ended with it.
     alone("sh -c 'kill -TERM $PPID; sleep 30'", {.status = 143}),
     alone("sh -c 'kill -HUP $PPID; sleep 30'", {.status = 129}),
@@ -121,10 +121,11 @@ const run_case runs[] = {
      "tavo-panel: updates 1, full 0, refused 0, panel time 450 ms\n", .status = 3}),
     // Settings stay, and a virtual size goes with its visible one.
     on_panel("sh -c 'tavo-panel --state s --size 9x8 --virtual 10x11 --bpp 4 true; "
-             "tavo-panel --state s --mm 1x2 --size 7x6 true; cat s/panel; ls s; rm -r s'",
-     {.out = "id epd-virtual\nregions screen\nsize 7x6\nvirtual 7x6\nmm 1x2\nbpp 4\ntype 0\n"
+             "tavo-panel --state s --mm 1x2 --size 7x6 true; tavo-panel --state s --bpp 2 true; "
+             "cat s/panel; ls s; rm -r s'",
+     {.out = "id epd-virtual\nregions screen\nsize 7x6\nvirtual 7x6\nmm 1x2\nbpp 2\ntype 0\n"
      "visual 3\nwaveform-type 8\nmaterial-type 1\ntemperature 25\nnumbered 0\npanel\ntouch\n",
-     .err = never_opened + never_opened + never_opened}),
+     .err = never_opened + never_opened + never_opened + never_opened}),
     // No link out of the folder is followed, and nobody else may write to it.
     on_panel("sh -c 'for file in memory glass wanted hold log panel; do rm -rf s; "
              "tavo-panel --state s tavo -n -s \"\" >s.out 2>&1; rm -f s/$file; "
