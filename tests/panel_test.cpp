@@ -122,9 +122,9 @@ const run_case runs[] = {
     // Settings stay, and a virtual size goes with its visible one.
     on_panel("sh -c 'tavo-panel --state s --size 9x8 --virtual 10x11 --bpp 4 true; "
              "tavo-panel --state s --mm 1x2 --size 7x6 true; tavo-panel --state s --bpp 2 true; "
-             "cat s/panel; ls s; rm -r s'",
+             "cat s/panel; stat -c \"%a %n\" s s/*; rm -r s'",
      {.out = "id epd-virtual\nregions screen\nsize 7x6\nvirtual 7x6\nmm 1x2\nbpp 2\ntype 0\n"
-     "visual 3\nwaveform-type 8\nmaterial-type 1\ntemperature 25\nnumbered 0\npanel\ntouch\n",
+     "visual 3\nwaveform-type 8\nmaterial-type 1\ntemperature 25\nnumbered 0\n700 s\n600 s/panel\n600 s/touch\n",
      .err = never_opened + never_opened + never_opened + never_opened}),
     // No link out of the folder is followed, and nobody else may write to it.
     on_panel("sh -c 'for file in memory glass wanted hold log panel; do rm -rf s; "
@@ -162,12 +162,13 @@ const run_case runs[] = {
     on_panel("sh -c 'tavo -n -s \"\"; cat ../state/hold; tavo -n; cat ../state/hold'",
      {.requests = anything, .out = gc16 + "1\n0\n"}),
     // Strokes as the records of a 32-bit kernel; then in the touch test.
-    on_panel("--touch strokes sh -c 'head -c 256 ../state/touch | od -An -v -w16 -td2 | "
+    on_panel("--touch strokes sh -c 'head -c 432 ../state/touch | od -An -v -w16 -td2 | "
              "while read a b c d type code value sign; do echo $type $code $value $sign; done'",
      {.out = "3 47 0 0\n3 57 0 0\n3 53 10 0\n3 54 20 0\n0 0 0 0\n3 47 1 0\n3 57 1 0\n"
      "3 53 -30 -1\n3 54 40 0\n0 0 0 0\n3 57 -1 -1\n0 0 0 0\n3 47 0 0\n3 53 10 0\n3 54 21 0\n"
-     "0 0 0 0\n", .err = never_opened,
-     .given = {{"strokes", "# two fingers\n10 20\n2: -30 40\n2: up\n\n10 21\n"}}}),
+     "0 0 0 0\n3 47 1 0\n3 57 1 0\n3 53 1 0\n3 54 2 0\n0 0 0 0\n"
+     "3 47 0 0\n3 57 -1 -1\n0 0 0 0\n3 47 1 0\n3 57 -1 -1\n0 0 0 0\n", .err = never_opened,
+     .given = {{"strokes", "# two fingers\n10 20\n2: -30 40\n2: up\n\n10 21\n2: 1 2\nup\n"}}}),
     on_panel("--touch strokes tavo -j ../state/touch", {.draws = white, .requests = anything,
      .out = anything, .err = "30 9 3 9\nTouch released\n",
      .given = {{"strokes", "3 9\n30 9\nup\n5 1000\n"}}}),
