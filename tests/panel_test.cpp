@@ -124,7 +124,8 @@ const run_case runs[] = {
              "tavo-panel --state s --mm 1x2 --size 7x6 true; tavo-panel --state s --bpp 2 true; "
              "cat s/panel; stat -c \"%a %n\" s s/*; rm -r s'",
      {.out = "id epd-virtual\nregions screen\nsize 7x6\nvirtual 7x6\nmm 1x2\nbpp 2\ntype 0\n"
-     "visual 3\nwaveform-type 8\nmaterial-type 1\ntemperature 25\nnumbered 0\n700 s\n600 s/panel\n600 s/touch\n",
+     "visual 3\nwaveform-type 8\nmaterial-type 1\ntemperature 25\nnumbered 0\n"
+     "700 s\n600 s/panel\n600 s/touch\n",
      .err = never_opened + never_opened + never_opened + never_opened}),
     // No link out of the folder is followed, and nobody else may write to it.
     on_panel("sh -c 'for file in memory glass wanted hold log panel; do rm -rf s; "
