@@ -8,7 +8,7 @@
 /// A command, and what is done while it runs, besides what the state folder's settings say.
 struct run_request {
     char **command = nullptr; // ends with a null
-    std::string faults = {};  // "" leaves those of the environment
+    std::string faults;       // "" leaves those of the environment
     bool trace = false;
     bool summary = false;
     const char *png = nullptr;    // the file that shows the glass; null: none

@@ -38,7 +38,7 @@ touch_screen fingers;
 std::string read_lines(off64_t &offset)
 {
     const state_file log("log", O_RDONLY);
-    struct stat64 info {};
+    struct stat64 info = {};
     fstat64(log.fd, &info);
     const bool first = offset < 0;
     if (first || info.st_size < offset) // or somebody has emptied it
