@@ -128,10 +128,10 @@ const run_case runs[] = {
      "700 s\n600 s/panel\n600 s/touch\n",
      .err = never_opened + never_opened + never_opened + never_opened}),
     // No link out of the folder is followed, and nobody else may write to it.
-    on_panel("sh -c 'for file in memory glass wanted hold log panel; do rm -rf s; "
-             "tavo-panel --state s tavo -n -s \"\" >s.out 2>&1; rm -f s/$file; "
-             "ln -s ../victim s/$file; tavo-panel --state s tavo -n -s \"\" >s.out 2>&1; done; "
-             "rm -r s s.out'",
+    on_panel("sh -c 'for file in memory glass wanted hold log panel; do "
+             "for link in \"ln -s ../victim\" \"ln victim\"; do "
+             "tavo-panel --state s tavo -n -s \"\" >s.out 2>&1; rm s/$file; $link s/$file; "
+             "tavo-panel --state s tavo -n -s \"\" >s.out 2>&1; rm -r s; done; done; rm s.out'",
      {.err = never_opened, .given = {victim}}),
     on_panel("sh -c 'tavo-panel --state s true; chmod 702 s; TAVO_PANEL_STATE=s tavo -l; rm -r s'",
      {.out = "tavo: open_device> cannot open framebuffer device \"/dev/fb0\"\n",
@@ -157,6 +157,11 @@ const run_case runs[] = {
              "[0, 0, 33, 20], [0, 0, 32, 21], [0, -1, 5, 5], [-1, 0, 5, 5], [0, 0, 0, 5], "
              "[0, 0, 5, 0], [2147483647, 0, 1, 1], [0, 2147483647, 1, 1]'",
      {.requests = anything, .out = "25 0 0 22 22 22 22 22 22 22 22 ", .screen = small}),
+    // The settings are read at each open; the millimetres are 88 bytes into the report.
+    on_panel("perl -e 'open F, \"+<\", \"/dev/fb0\"; system(\"tavo-panel --state ../state --mm 7x9 "
+             "true\"); open F, \"+<\", \"/dev/fb0\"; ioctl(F, 0x4600, $_ = \"x\" x 160); "
+             "print unpack(\"x88 L2\", $_)'", {.requests = anything, .out = "97",
+     .err = never_opened, .screen = small}),
     // A device is neither emptied nor made longer.
     on_panel("sh -c ': >/dev/fb0; printf x >>/dev/fb0'", {.draws = [](canvas &c) {
      c.memory[0] = 'x'; }, .requests = "open; close; open", .screen = small}),
