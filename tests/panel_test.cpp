@@ -108,6 +108,17 @@ const run_case runs[] = {
              "tavo -x -1 -s \"\" -w du'", {.requests = anything, .out = anything, .err =
      "retrying.. -1retrying.. -1retrying.. -1retrying.. -1retrying.. -1"
      "tavo-panel: updates 3, full 1, refused 6, panel time 830 ms\n"}),
+    // What the log has from earlier runs does not count.
+    on_panel("sh -c 'tavo-panel --state s tavo -s \"\" -f; "
+             "tavo-panel --state s --summary tavo -s \"\"; rm -r s'",
+     {.out = update_line("FULL", 2) + gc16, .err =
+     "tavo-panel: updates 1, full 0, refused 0, panel time 450 ms\n" + never_opened}),
+    // A single byte is not shortened; libc works while the device is not open.
+    on_panel("--fail short-read perl -e 'open F, \"<\", \"/dev/fb0\"; print sysread(F, $_, 1)'",
+     {.requests = anything, .out = "1"}),
+    on_panel("--fail open --fail read perl -e 'open F, \"<\", \"/dev/fb0\"; "
+             "open F, \"<\", \"victim\"; print sysread(F, $_, 3)'",
+     {.requests = "fault open:1; open -> -1; not closed", .out = "3", .given = {victim}}),
     // The caller's libraries and options stay; the state's path is absolute.
     on_panel("--fail wait sh -c 'cd /; echo $LD_PRELOAD $ASAN_OPTIONS $TAVO_PANEL_FAIL; "
              "test -p $TAVO_PANEL_STATE/touch'", {.out = PANEL_LIBRARY ":libm.so.6 "
