@@ -14,6 +14,7 @@ struct glass_step {
     bool full, inverted;
 };
 const glass_step steps[] = {
+    {"-s w=9,h=7 -w gc16", 0, 0, 9, 7, 16, false, false}, // the rest stays white
     {"-s '' -w gc16", 0, 0, 61, 43, 16, false, false},
     {"-x 3 -y 5 -d l=90,w=20,h=11 -w du", 3, 5, 20, 11, 2, false, false},
     {"-x 30 -y 2 -d l=70,w=20,h=11 -w a2", 30, 2, 20, 11, 2, false, false},
