@@ -87,6 +87,6 @@ endif()
 set(CPACK_DEBIAN_TAVO-PANEL_DESCRIPTION "run commands on a virtual e-paper panel
 Runs any command, a whole shell script too, as if an e-paper panel were at
 /dev/fb0: the framebuffer is a file, every driver request is a line in a log,
-and what the panel's glass shows can be saved as PNG or watched on a page, which
-takes touches too. It fails on request.")
+and what the panel's glass shows can be saved as PNG or watched on a page,
+which takes touches too. It fails on request.")
 include(CPack)
