@@ -85,7 +85,7 @@ int test_picture::gray(int x, int y) const
     return components < 3 ? pixel[0] : (pixel[0] + pixel[1] + pixel[2]) / 3;
 }
 
-void canvas::text(int column, int row, const std::string &letters, bool highlight)
+bool canvas::text(int column, int row, const std::string &letters, bool highlight)
 {
     // The picture has sixteen glyphs of 8 x 7 pixels a line.
     static const test_picture font(TESTS_FOLDER "/glyphs.png");
@@ -95,7 +95,7 @@ void canvas::text(int column, int row, const std::string &letters, bool highligh
         const int glyph = int(characters.find(isspace(letter & 0xFF) ? ' ' : letter));
         if (glyph < 0) {
             out += formatted("tavo: paint_char> character \"%c\" not available\n", letter);
-            return;
+            return false;
         }
         const int left = 16 * column++, top = 24 * row;
         const int glyph_x = glyph % 16 * 8, glyph_y = glyph / 16 * 7;
@@ -105,6 +105,29 @@ void canvas::text(int column, int row, const std::string &letters, bool highligh
                 set(left + x, top + y, y < 21 && drawn != highlight ? 0 : 255);
             }
     }
+    return true;
+}
+
+void canvas::request(const std::string &line)
+{
+    requests += (requests.empty() ? "" : "; ") + line;
+}
+
+void canvas::update(int64_t x, int64_t y, int64_t update_width, int64_t update_height,
+                    int wave_mode, bool full, bool inverted)
+{
+    out += formatted("update_to_display: update_mode=%s, wave_mode=%d inverted=%d\n",
+                     full ? "FULL" : "PARTIAL", wave_mode, inverted);
+    request(formatted("update %d,%d %dx%d wave=%d %s%s", int(x), int(y), int(update_width),
+                      int(update_height), wave_mode, full ? "full" : "partial",
+                      inverted ? " marker=42 temperature=4096 flags=1 tail=1,2" : ""));
+}
+
+void canvas::finish(int64_t x, int64_t y, int64_t update_width, int64_t update_height)
+{
+    request("get-vscreeninfo");
+    update(x, y, std::min(update_width, shape.width - x), std::min(update_height, shape.height - y),
+           2);
 }
 
 std::string canvas::difference(const std::string &found) const

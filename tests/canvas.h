@@ -31,7 +31,7 @@ struct test_picture {
 };
 
 /// What the framebuffer should hold, drawn over the pattern that every run starts with, and what
-/// the tool says while it draws that.
+/// the tool says and requests while it draws that.
 struct canvas {
     explicit canvas(const geometry &g);
     /// Stores the top bits of a luminance (0..255); nothing past the bytes of the visible screen.
@@ -39,15 +39,24 @@ struct canvas {
     int get(int x, int y) const; ///< 0..255
     /// Whether a rectangle lies on the screen, for those who report it when it does not.
     bool fits(int x, int y, int width, int height);
-    /// Text in cells of 16 x 24. Stops at a character that the font does not have.
-    void text(int column, int row, const std::string &letters, bool highlight = false);
+    /// Text in cells of 16 x 24. Stops, and gives false, at a character that the font does not
+    /// have.
+    bool text(int column, int row, const std::string &letters, bool highlight = false);
+    /// An update, as it is announced and requested.
+    void update(int64_t x, int64_t y, int64_t update_width, int64_t update_height, int wave_mode,
+                bool full = false, bool inverted = false);
+    /// The end of an action: a look at the screen, and an update cut at its right and lower edge.
+    void finish(int64_t x, int64_t y, int64_t update_width, int64_t update_height);
+    void finish() { finish(0, 0, shape.width, shape.height); }
+    void request(const std::string &line);
     /// Empty when the memory is this one; else the first pixel that differs.
     std::string difference(const std::string &found) const;
     void write_png(const std::string &path) const;
 
     geometry shape;
     std::string memory; // of the whole buffer
-    std::string out, err;
+    std::string out, err, requests;
+    int status = 0;
 };
 
 using painter = std::function<void(canvas &)>;

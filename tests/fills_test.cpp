@@ -3,13 +3,6 @@
 #include "draw/fills.h"
 #include "run_case.h"
 
-struct rectangle_row {
-    shell_words args;
-    int64_t x, y, width, height;
-    int level;
-    std::string name = "";
-};
-
 namespace {
 /// Four bands in each direction, as wide as fits, and what is left over.
 painter bands(int (*gray)(int column, int row))
@@ -19,75 +12,56 @@ painter bands(int (*gray)(int column, int row))
         return none ? -1 : gray(x / (g.columns() / 4), y / (g.height / 4)) & 0xFF;
     });
 }
-const painter board = bands([](int column, int row) { return (column + row) % 2 * 255; });
-const painter grays = bands([](int column, int row) {
-    const int band = column + 4 * row; // 20 at the most, where a side is not a multiple of 4
-    return ~(band | band << 4);
-});
 
-// clang-format off
-const std::string partial_gc16 = update_line("PARTIAL", 2);
-const run_case whole_screens[] = {
-    {.args = "-c", .draws = white, .requests = "get-vscreeninfo; update 0,0 WxH wave=2 partial",
-     .out = partial_gc16},
-    {.args = "-q", .draws = board, .requests = "get-vscreeninfo; update 0,0 WxH wave=2 partial",
-     .out = partial_gc16},
-    {.args = "-l", .draws = grays, .requests = "get-vscreeninfo; update 0,0 WxH wave=2 partial",
-     .out = partial_gc16},
-    {.args = "-p", .draws = xor_pattern,
-     .requests = "get-vscreeninfo; update 0,0 WxH wave=2 partial", .out = partial_gc16},
-    // In the order in which they are read.
-    {.args = "-c -q", .draws = in_order({white, board}),
-     .requests = "get-vscreeninfo; update 0,0 WxH wave=2 partial", .out = partial_gc16},
-    {.args = "-q -c", .draws = white,
-     .requests = "get-vscreeninfo; update 0,0 WxH wave=2 partial", .out = partial_gc16},
-    {.args = "-a7", .draws = grid(7)},
-    {.args = "-a1", .draws = grid(2)},
-    {.args = "-a-2147483648", .draws = grid(2)},
-    {.args = "-a2147483647", .draws = grid(2147483647)},
-};
-
-constexpr int64_t most = INT32_MAX, least = INT32_MIN;
-const rectangle_row rectangles[] = {
-    {"-d l=40,w=20,h=11 -x 3 -y 2", 3, 2, 20, 11, 0x40},
-    {"-d l=1ff,w=20,h=20 -x -5 -y 10", -5, 10, 20, 20, 0xFF},
-    {"-d l=c3,w=20,h=20 -x 10 -y -1", 10, -1, 20, 20, 0xC3},
-    {"-d l=AA,w=9,h=9 -x 758 -y 1024", 758, 1024, 9, 9, 0xAA},
-    {"-d l=55,w=9,h=9 -x 759 -y 1025", 759, 1025, 9, 9, 0x55},
-    {"-d l=0,w=9,h=9 -y 1024", 0, 1024, 9, 9, 0},
-    {"-d l=80,w=9,h=9 -x 40 -y 600", 40, 600, 9, 9, 0x80},
-    {"-d l=80,w=1,h=1 -x 757 -y 1023", 757, 1023, 1, 1, 0x80},
-    {"-d l=0,w=2147483647,h=9 -x 1 -y 2", 1, 2, most, 9, 0},
-    {"-d l=5c,w=2147483647,h=2147483647 -x 2147483647 -y -2147483648", most, least, most, most,
-     0x5C},
-};
-// clang-format on
-
-INSTANTIATE_TEST_SUITE_P(fills, tool_on_screens,
-                         testing::Combine(testing::ValuesIn(whole_screens),
-                                          testing::ValuesIn(all_screens())),
-                         name_on_screen<run_case>);
-
-class rectangle_on_screens : public testing::TestWithParam<std::tuple<rectangle_row, geometry>> {};
-
-TEST_P(rectangle_on_screens, is_filled)
+class fill : public on_screens {};
+TEST_P(fill, is_painted)
 {
-    const auto &[row, g] = GetParam();
-    const int64_t width = row.x + row.width > g.width ? g.width - row.x : row.width;
-    const int64_t height = row.y + row.height > g.height ? g.height - row.y : row.height;
-    check({.args = row.args,
-           .draws = rectangle(row.x, row.y, row.width, row.height, row.level),
-           .requests = formatted("get-vscreeninfo; update %d,%d %dx%d wave=2 partial", int(row.x),
-                                 int(row.y), int(width), int(height)),
-           .out = partial_gc16,
-           .settings = "regions any\n",
-           .screen = g});
+    const auto &[args, g] = GetParam();
+    const std::map<std::string, painter> fills = {
+        {"-c", white},
+        {"-q", bands([](int column, int row) { return (column + row) % 2 * 255; })},
+        {"-l", bands([](int column, int row) {
+             return ~((column + 4 * row) | (column + 4 * row) << 4);
+         })},
+        {"-p", xor_pattern},
+        {"-a7", grid(7)},
+        {"-a1", grid(2)},
+        {"-a-2147483648", grid(2)},
+        {"-a2147483647", grid(INT32_MAX)},
+    };
+    const auto draw = [&, &words = args.text](canvas &c) {
+        for (const std::string &option : split(words)) // in the order in which they are read
+            fills.at(option)(c);
+        if (!words.starts_with("-a"))
+            c.finish();
+    };
+    check({.args = args, .draws = draw, .screen = g});
 }
+const shell_words fills[] = {
+    "-c", "-q", "-l", "-p", "-c -q", "-q -c", "-a7", "-a1", "-a-2147483648", "-a2147483647"};
+INSTANTIATE_TEST_SUITE_P(fills, fill, with_screens(fills), name_on_screen);
 
-INSTANTIATE_TEST_SUITE_P(fills, rectangle_on_screens,
-                         testing::Combine(testing::ValuesIn(rectangles),
-                                          testing::ValuesIn(all_screens())),
-                         name_on_screen<rectangle_row>);
+class filled_rectangle : public on_screens {};
+TEST_P(filled_rectangle, is_painted)
+{
+    const auto &[args, g] = GetParam();
+    unsigned level = 0;
+    int width = 0, height = 0, x = 0, y = 0;
+    sscanf(args.text.c_str(), "-dl=%x,w=%d,h=%d -x%d -y%d", &level, &width, &height, &x, &y);
+    const auto draw = [&](canvas &c) {
+        rectangle(x, y, width, height, int(level))(c);
+        c.finish(x, y, width, height);
+    };
+    check({.args = args, .draws = draw, .settings = "regions any\n", .screen = g});
+}
+const shell_words rectangles[] = {
+    "-dl=40,w=20,h=11 -x3 -y2",       "-dl=1ff,w=20,h=20 -x-5 -y10",
+    "-dl=c3,w=20,h=20 -x10 -y-1",     "-dl=AA,w=9,h=9 -x758 -y1024",
+    "-dl=55,w=9,h=9 -x759 -y1025",    "-dl=0,w=9,h=9 -x0 -y1024",
+    "-dl=80,w=9,h=9 -x40 -y600",      "-dl=80,w=1,h=1 -x757 -y1023",
+    "-dl=0,w=2147483647,h=9 -x1 -y2", "-dl=5c,w=2147483647,h=2147483647 -x2147483647 -y-2147483648",
+};
+INSTANTIATE_TEST_SUITE_P(fills, filled_rectangle, with_screens(rectangles), name_on_screen);
 
 TEST(fills, modes_that_no_option_gives)
 {

@@ -39,6 +39,17 @@ static std::string replaced(std::string text, const std::string &old, const std:
     return text;
 }
 
+std::string test_name(const std::string &text)
+{
+    std::string name;
+    for (char letter : text)
+        if (isalnum(letter & 0xFF))
+            name += letter;
+        else if (!name.empty() && name.back() != '_')
+            name += '_';
+    return name.substr(0, name.find_last_not_of('_') + 1);
+}
+
 /// Addresses differ from run to run.
 static std::string with_masked_address(std::string text)
 {
@@ -134,8 +145,6 @@ static strings environment_of(const run_case &c, const std::string &folder)
                       getenv("PATH"));
     if (c.runs == program::tavo && std::string(TAVO_EMULATOR).empty())
         all.push_back("LD_PRELOAD=" PANEL_LIBRARY);
-    if (c.together)
-        all.push_back("TAVO_PANEL_TRACE=1");
     all.insert(all.end(), c.environment.begin(), c.environment.end());
     return all;
 }
@@ -282,6 +291,8 @@ void virtual_panel::check(const run_case &c)
     canvas drawn(c.screen), shown(c.screen);
     if (c.draws)
         c.draws(drawn);
+    if (!c.requests.empty())
+        drawn.request(c.requests);
     std::map<std::string, test_file> files;
     for (const auto *list : {&c.given, &c.files})
         for (const test_file &file : *list)
@@ -290,10 +301,10 @@ void virtual_panel::check(const run_case &c)
     const run_result got = run(c);
     const std::string out = c.out == anything ? anything : drawn.out + c.out;
     std::string wrong =
-        difference("status", std::to_string(c.status), std::to_string(got.status)) +
+        difference("status", std::to_string(c.status | drawn.status), std::to_string(got.status)) +
         difference("standard output", out, got.out) +
         difference("standard error", drawn.err + c.err, got.err) +
-        difference("requests", replaced(c.requests, "WxH", c.screen.size()), got.requests) +
+        difference("requests", replaced(drawn.requests, "WxH", c.screen.size()), got.requests) +
         difference(files, got.files);
     for (const char *finding : {"Sanitizer", "runtime error"})
         if (got.err.find(finding) != std::string::npos)
@@ -318,18 +329,6 @@ void check(const run_case &c)
     virtual_panel(c).check(c);
 }
 
-/// Letters and digits, and one low line for whatever else is between them.
-std::string test_name(const std::string &text)
-{
-    std::string name;
-    for (char letter : text)
-        if (isalnum(letter & 0xFF))
-            name += letter;
-        else if (!name.empty() && name.back() != '_')
-            name += '_';
-    return name.substr(0, name.find_last_not_of('_') + 1);
-}
-
 std::string test_name(const geometry &g)
 {
     const bool padded = g.width != g.virtual_width;
@@ -344,6 +343,23 @@ std::string name_of_case(const testing::TestParamInfo<run_case> &row)
     return test_name(name.substr(0, 60) + formatted(" %zu", row.index));
 }
 
+std::string name_on_screen(const testing::TestParamInfo<std::tuple<shell_words, geometry>> &row)
+{
+    const auto &[args, g] = row.param;
+    return test_name(args.text.substr(0, 60) + formatted(" %zu on ", row.index)) + "_" +
+           test_name(g);
+}
+
+void PrintTo(const run_case &c, std::ostream *out)
+{
+    *out << c.args.text;
+}
+
+void PrintTo(const shell_words &words, std::ostream *out)
+{
+    *out << words.text;
+}
+
 void PrintTo(const geometry &g, std::ostream *out)
 {
     *out << test_name(g);
@@ -352,11 +368,4 @@ void PrintTo(const geometry &g, std::ostream *out)
 TEST_P(tool, does)
 {
     check(GetParam());
-}
-
-TEST_P(tool_on_screens, does)
-{
-    run_case c = std::get<0>(GetParam());
-    c.screen = std::get<1>(GetParam());
-    check(c);
 }

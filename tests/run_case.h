@@ -63,7 +63,7 @@ struct run_case {
     strings closed = {};      ///< of the standard streams: "0", "1", "2"
     strings broken = {};      ///< of them: pipes whose reader has gone
     strings full = {};        ///< of them: on a disk without room
-    bool together = false;    ///< standard error and every request go to standard output
+    bool together = false;    ///< standard error goes to standard output
     program runs = program::tavo;
     std::string name = ""; ///< of the test, where the arguments say too little
 };
@@ -103,30 +103,24 @@ std::string requests_of(std::string log, const geometry &g);
 
 strings split(const std::string &words);
 
-/// Suites of cases: on the screen that each names, or on every one of all_screens().
-class tool : public testing::TestWithParam<run_case> {};
-class tool_on_screens : public testing::TestWithParam<std::tuple<run_case, geometry>> {};
-template <class row>
-requires requires(const row &r)
-{
-    r.args.text;
-}
-void PrintTo(const row &r, std::ostream *out)
-{
-    *out << r.args.text;
-}
-void PrintTo(const geometry &g, std::ostream *out);
 /// Letters and digits of a text, with low lines between them.
 std::string test_name(const std::string &text);
 std::string test_name(const geometry &g);
+
+/// A suite of cases.
+class tool : public testing::TestWithParam<run_case> {};
+void PrintTo(const run_case &c, std::ostream *out);
 /// Of the arguments, or the name that the row has, and the row's number, which makes it unique.
 std::string name_of_case(const testing::TestParamInfo<run_case> &row);
-/// The same for a row and a screen.
-template <class row>
-std::string name_on_screen(const testing::TestParamInfo<std::tuple<row, geometry>> &info)
+
+/// A suite whose test works out, from the arguments, what happens on a screen.
+class on_screens : public testing::TestWithParam<std::tuple<shell_words, geometry>> {};
+void PrintTo(const shell_words &words, std::ostream *out);
+void PrintTo(const geometry &g, std::ostream *out);
+/// Each row on each of the screens.
+template <class rows>
+auto with_screens(const rows &all, const std::vector<geometry> &screens = all_screens())
 {
-    const auto &[first, screen] = info.param;
-    const std::string name = first.name.empty() ? first.args.text : first.name;
-    return test_name(name.substr(0, 60) + formatted(" %zu on ", info.index)) + "_" +
-           test_name(screen);
+    return testing::Combine(testing::ValuesIn(all), testing::ValuesIn(screens));
 }
+std::string name_on_screen(const testing::TestParamInfo<std::tuple<shell_words, geometry>> &row);

@@ -1,92 +1,70 @@
 // Printed text and the scroll.
 #include "run_case.h"
 
-struct scroll_row {
-    shell_words args;
-    int64_t start, count, bytes; // 0: whole lines
-    std::string name = "";
-};
-
 namespace {
-// clang-format off
-const std::string partial_auto = update_line("PARTIAL", 257);
-const run_case texts[] = {
-    {.args = "0 0 ABCDEFGHIJKLMNOPQRSTUVWXYZ", .draws = text(0, 0, "ABCDEFGHIJKLMNOPQRSTUVWXYZ")},
-    {.args = "1 2 abcdefghijklmnopqrstuvwxyz", .draws = text(1, 2, "abcdefghijklmnopqrstuvwxyz")},
-    {.args = "3 5 '0123456789 \":._-*~/,()@&+?<>=|[]'",
-     .draws = text(3, 5, "0123456789 \":._-*~/,()@&+?<>=|[]")},
-    {.args = "-h 0 40 'AZaz09 \":._-*~/,()@&+?<>=|[]'",
-     .draws = text(0, 40, "AZaz09 \":._-*~/,()@&+?<>=|[]", true)},
-    {.args = "0 1 'a\tb\v\f\r\nc'", .draws = text(0, 1, "a\tb\v\f\r\nc")},
-    {.args = "45 41 abcd", .draws = text(45, 41, "abcd")},
-    {.args = "1 24 xyz", .draws = text(1, 24, "xyz")},
-    {.args = "0 42 x", .draws = text(0, 42, "x")},
-    // Below 0 with "--", an operand, which -vv makes up for.
-    {.args = "-vv -- -1 0 AB", .draws = text(-1, 0, "AB")},
-    {.args = "-vv -- 2 -1 AB", .draws = text(2, -1, "AB")},
-    {.args = "2 2 ab$cd", .draws = text(2, 2, "ab$cd"), .status = 1},
-    {.args = "0 0 ^", .draws = text(0, 0, "^"), .status = 1},
-    {.args = "-h 0 0 \x01", .draws = text(0, 0, "\x01"), .status = 1},
-    {.args = "0 0 \x7f", .draws = text(0, 0, "\x7f"), .status = 1},
-    {.args = "0 0 \xe9", .draws = text(0, 0, "\xe9"), .status = 1},
-};
-// clang-format on
-
-class text_on_screens : public testing::TestWithParam<std::tuple<run_case, geometry>> {};
-
-TEST_P(text_on_screens, is_printed)
+class printed_text : public on_screens {};
+TEST_P(printed_text, is_drawn)
 {
-    run_case c = std::get<0>(GetParam());
-    c.screen = std::get<1>(GetParam());
-    c.requests = "update 0,0 " + std::to_string(c.screen.columns()) + "x" +
-                 std::to_string(c.screen.height) + " wave=257 partial";
-    c.out = partial_auto;
-    check(c);
+    const auto &[args, g] = GetParam();
+    const strings words = split(args.text), operands(words.end() - 3, words.end());
+    const auto draw = [&](canvas &c) {
+        const bool known =
+            c.text(stoi(operands[0]), stoi(operands[1]), operands[2], words[0] == "-h");
+        c.status = known ? 0 : 1;
+        c.update(0, 0, g.columns(), g.height, 257);
+    };
+    check({.args = args, .draws = draw, .screen = g});
 }
-INSTANTIATE_TEST_SUITE_P(texts, text_on_screens,
-                         testing::Combine(testing::ValuesIn(texts),
-                                          testing::ValuesIn(all_screens())),
-                         name_on_screen<run_case>);
+const shell_words texts[] = {"0 0 ABCDEFGHIJKLMNOPQRSTUVWXYZ", "1 2 abcdefghijklmnopqrstuvwxyz",
+                             "3 5 '0123456789 \":._-*~/,()@&+?<>=|[]'",
+                             "-h 0 40 'AZaz09 \":._-*~/,()@&+?<>=|[]'", "0 1 'a\tb\v\f\r\nc'",
+                             "45 41 abcd", "1 24 xyz", "0 42 x",
+                             // Below 0 with "--", an operand, which -vv makes up for.
+                             "-vv -- -1 0 AB", "-vv -- 2 -1 AB",
+                             // Characters that the font does not have.
+                             "2 2 ab$cd", "0 0 ^", "-h 0 0 \x01", "0 0 \x7f", "0 0 \xe9"};
+INSTANTIATE_TEST_SUITE_P(texts, printed_text, with_screens(texts), name_on_screen);
 
-// clang-format off
-const scroll_row scrolls[] = {
-    {"-z 2 1", 2, 1, 0}, {"-z 2 3 5", 2, 3, 5}, {"-z 2 1 1", 2, 1, 1}, {"-z 2 28", 2, 28, 0},
-    {"-z 2 29", 2, 29, 0}, {"-z 3 27 40", 3, 27, 40}, {"-z 3 27 41", 3, 27, 41},
-    {"-z 1 9999", 1, 9999, 0}, {"-z 2 0", 2, 0, 0}, {"-z 4 1 100000", 4, 1, 100000},
-    {"-z 2147483647 2147483647 1", 2147483647, 2147483647, 1},
-    {"-v -z 3 20 2", 3, 20, 2}, {"-zf -- -5 1", -5, 1, 0}, {"-zf -- 2 1 -1", 2, 1, -1},
-    {"-zf -- 3 -2147483648", 3, -2147483648, 0}};
-// clang-format on
-
-class scroll_on_screens : public testing::TestWithParam<std::tuple<scroll_row, geometry>> {};
-
-TEST_P(scroll_on_screens, moves_bands)
+class scroll : public on_screens {};
+TEST_P(scroll, moves_bands)
 {
-    const auto &[row, g] = GetParam();
-    const int64_t line = int64_t(g.line()), bytes = row.bytes != 0 ? row.bytes : line;
-    const bool inverted = row.args.text.starts_with("-v"), full = row.args.text.starts_with("-zf");
-    const bool fits = 20 * (row.start + row.count) <= g.height && bytes >= 0 && bytes <= line;
-    const painter moved = [&](canvas &c) {
-        for (int64_t i = 0; fits && row.start >= 2 && i < 20 * row.count; ++i) {
-            const size_t from = size_t(line * (20 * row.start + i)), size = size_t(bytes);
+    const auto &[args, g] = GetParam();
+    const bool full = args.text.starts_with("-f"), inverted = args.text.starts_with("-v");
+    int numbers[3] = {}, *number = numbers;
+    for (const std::string &word : split(args.text))
+        if (isdigit(word.back()))
+            *number++ = stoi(word);
+    const auto [start, count, width] = numbers;
+    const auto draw = [&, start = start, count = count, width = width](canvas &c) {
+        const int64_t line = int64_t(g.line()), bytes = width != 0 ? width : line;
+        const bool fits = 20 * (int64_t{start} + count) <= g.height && bytes >= 0 && bytes <= line;
+        for (int64_t i = 0; fits && start >= 2 && i < 20 * count; ++i) {
+            const size_t from = size_t(line * (20 * start + i)), size = size_t(bytes);
             c.memory.replace(from - size_t(20 * line), size, c.memory, from, size);
             c.memory.replace(from, size, size, inverted ? '\0' : '\xFF');
         }
+        if (start >= 2 && !fits)
+            c.out = formatted("tavo: scroll_lines> cannot scroll %d bands from band %d, "
+                              "%d bytes wide\n",
+                              count, start, width);
+        c.update(0, 0, g.columns(), g.height, 2, full, inverted);
     };
-    std::string out;
-    if (row.start >= 2 && !fits)
-        out = formatted("tavo: scroll_lines> cannot scroll %d bands from band %d, %d bytes wide\n",
-                        int(row.count), int(row.start), int(row.bytes));
-    check({.args = row.args,
-           .draws = moved,
-           .requests = formatted("update 0,0 %dx%d wave=2 %s%s", g.columns(), g.height,
-                                 full ? "full" : "partial",
-                                 inverted ? " marker=42 temperature=4096 flags=1 tail=1,2" : ""),
-           .out = out + update_line(full ? "FULL" : "PARTIAL", 2, inverted),
-           .screen = g});
+    check({.args = args, .draws = draw, .screen = g});
 }
-INSTANTIATE_TEST_SUITE_P(texts, scroll_on_screens,
-                         testing::Combine(testing::ValuesIn(scrolls),
-                                          testing::ValuesIn(all_screens())),
-                         name_on_screen<scroll_row>);
+const shell_words scrolls[] = {"-z 2 1",
+                               "-z 2 3 5",
+                               "-z 2 1 1",
+                               "-z 2 28",
+                               "-z 2 29",
+                               "-z 3 27 40",
+                               "-z 3 27 41",
+                               "-z 1 9999",
+                               "-z 2 0",
+                               "-z 4 1 100000",
+                               "-z 2147483647 2147483647 1",
+                               "-v -z 3 20 2",
+                               "-fz -- -5 1",
+                               "-fz -- 2 1 -1",
+                               "-fz -- 3 -2147483648"};
+INSTANTIATE_TEST_SUITE_P(texts, scroll, with_screens(scrolls), name_on_screen);
 } // namespace
