@@ -76,7 +76,7 @@ const run_case operands[] = {
     {.args = "-h 1 2 'It works'", .draws = text(1, 2, "It works", true),
      .requests = "update 0,0 758x1024 wave=257 partial", .out = partial_auto},
     {.args = "1 2 3 four"},
-    {.args = "1 2 a$b", .draws = text(1, 2, "a$b"),
+    {.args = "1 2 'a$b'", .draws = text(1, 2, "a$b"),
      .requests = "update 0,0 758x1024 wave=257 partial", .out = partial_auto, .status = 1},
     {.args = "''", .requests = "update 0,0 758x1024 wave=257 partial", .out = partial_auto},
     {.args = "--", .draws = text(0, 0, "--"),
@@ -93,7 +93,7 @@ const run_case operands[] = {
      .requests = "get-hold 1; set-hold 0; release-hold 0"},
     {.args = "hi -h", .draws = text(0, 0, "hi", true),
      .requests = "update 0,0 758x1024 wave=257 partial", .out = partial_auto,
-     .environment = {"POSIXLY_CORRECT=1"}},
+     .environment = "POSIXLY_CORRECT=1"},
     {.args = "-a5", .draws = grid(5)},
     {.args = "-a 5", .draws = in_order({grid(5), text(0, 0, "5")}),
      .requests = "update 0,0 758x1024 wave=257 full", .out = full_auto},
@@ -105,10 +105,10 @@ const run_case operands[] = {
     {.args = "-t"},
     // The standard streams' numbers must not fall to the framebuffer.
     {.args = "3 5 hello", .draws = text(3, 5, "hello"),
-     .requests = "update 0,0 758x1024 wave=257 partial", .closed = {"0", "1", "2"},
+     .requests = "update 0,0 758x1024 wave=257 partial", .streams = "0<&- 1>&- 2>&-",
      .name = "all_streams_closed"},
     {.args = "-s '' -e", .requests = "update 0,0 758x1024 wave=2 partial", .out = partial_gc16,
-     .closed = {"2"}},
+     .streams = "2>&-"},
 };
 
 const run_case options[] = {
@@ -207,13 +207,11 @@ const run_case dumps[] = {
      .out = "can't open ./no/wb to dump\n"},
     {.args = "-k " + std::string(70, 'n'),
      .requests = "fault get-work-buffer:1; get-work-buffer -> -1",
-     .out = "get work buffer ioctl err=-1\n", .files = {{std::string(63, 'n'), "", 0666}},
-     .faults = "get-work-buffer"},
+     .out = "get work buffer ioctl err=-1\n", .files = {{std::string(63, 'n'), "", 0666}}},
     {.args = "-k /dev/full", .requests = "get-work-buffer",
      .out = "write 0 byte @ADDRESS to /dev/full\n"},
     {.args = "-k wb", .requests = "fault aligned_alloc:1",
-     .out = "can't allocate 5120 byte for working buffer\n", .files = {{"wb", "", 0666}},
-     .faults = "aligned_alloc", .screen = small},
+     .out = "can't allocate 5120 byte for working buffer\n", .files = {{"wb", "", 0666}}, .screen = small},
 };
 // clang-format on
 

@@ -98,7 +98,7 @@ const run_case refusals[] = {
     {.args = "-s ''", .requests = "open -> -1; not closed",
      .out = "tavo: open_device> cannot open framebuffer device \"/dev/fb0\"\n",
      .err = "panel: there is no fault \"updat\"\n", .screen = small,
-     .environment = {"TAVO_PANEL_FAIL=updat"}, .name = "unknown fault"},
+     .environment = "TAVO_PANEL_FAIL=updat", .name = "unknown fault"},
 };
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(panel_refusals, tool, testing::ValuesIn(refusals), name_of_case);

@@ -25,44 +25,47 @@ const std::string working_buffer = [] {
         bytes += std::string(2, byte);
     return bytes;
 }();
+const std::string unread = "3<>../gone 1>../gone 2>&1 3>&-"; // nobody reads
+const std::string unread_out = "3<>../gone 1>../gone 3>&-";
+const std::string unread_err = "3<>../gone 2>../gone 3>&-";
 const geometry small = {300, 130, 300, 130, 8};
 
 // clang-format off
 const run_case streams[] = {
     {.args = "-c -f", .draws = white,
      .requests = "get-vscreeninfo; update 0,0 758x1024 wave=2 full; wait marker=42",
-     .broken = {"1"}, .name = "c f without a reader"},
+     .streams = unread_out, .name = "c f without a reader"},
     {.args = "-n 99 99 hi", .requests = "get-hold 1; set-hold 0; release-hold 0",
-     .broken = {"1", "2"}, .name = "n and a message without readers"},
+     .streams = unread, .name = "n and a message without readers"},
     {.args = "-n 99 99 hi", .requests = "get-hold 1; set-hold 0; release-hold 0",
-     .full = {"1", "2"}, .name = "n and a message on a full disk"},
+     .streams = "1>/dev/full 2>&1", .name = "n and a message on a full disk"},
     {.args = "-e", .draws = text(0, 0, "-e"),
-     .requests = "update 0,0 758x1024 wave=257 partial", .broken = {"1", "2"},
+     .requests = "update 0,0 758x1024 wave=257 partial", .streams = unread,
      .name = "unknown option without readers"},
     {.args = "-s '' -f",
      .requests = refused_five_times + "update 0,0 758x1024 wave=2 full; wait marker=42",
-     .out = update_line("FULL", 2), .faults = "update:1-5", .broken = {"2"},
+     .out = update_line("FULL", 2), .streams = unread_err,
      .name = "retries without a reader"},
     {.args = "-s '' -f",
      .requests = refused_five_times + "update 0,0 758x1024 wave=2 full; wait marker=42",
-     .faults = "update:1-5", .full = {"1", "2"}, .name = "retries on a full disk"},
+     .streams = "1>/dev/full 2>&1", .name = "retries on a full disk"},
     {.args = "-n -s '' -f", .requests = "get-hold 1; set-hold 0; " + refused_five_times +
-     "update 0,0 758x1024 wave=2 full; wait marker=42", .faults = "update:1-5",
-     .broken = {"1", "2"}, .name = "n and retries without readers"},
-    {.args = "-r a!", .draws = white, .requests = "not closed", .status = 1, .broken = {"2"},
+     "update 0,0 758x1024 wave=2 full; wait marker=42",
+     .streams = unread, .name = "n and retries without readers"},
+    {.args = "-r a!", .draws = white, .requests = "not closed", .status = 1, .streams = unread_err,
      .name = "refused barcode without a reader"},
     {.args = "-i -k fb", .requests = "get-fscreeninfo; get-vscreeninfo; get-waveform-type; "
      "get-material-type; get-temperature; get-cmap start=0 len=256",
-     .files = {{"fb", canvas(small).memory, 0666}}, .screen = small, .broken = {"1"},
+     .files = {{"fb", canvas(small).memory, 0666}}, .screen = small, .streams = unread_out,
      .name = "report and dump without a reader"},
-    {.args = "-t none out", .status = 1, .files = {{"out", ""}}, .broken = {"1"},
+    {.args = "-t none out", .status = 1, .files = {{"out", ""}}, .streams = unread_out,
      .name = "t without a reader"},
     {.args = "-j events",
      .draws = in_order({white, rectangle(0, 10, 120, 120, 0x0C),
                         rectangle(180, 10, 120, 120, 0x0C), rectangle(10, 5, 10, 1, 0)}),
      .requests = "update 0,0 WxH wave=257 partial; update 0,0 WxH wave=1 partial; "
      "get-vscreeninfo; update 0,0 WxH wave=2 partial", .screen = small,
-     .given = {{"events", stroke}}, .broken = {"1", "2"}, .name = "touch trace without readers"},
+     .given = {{"events", stroke}}, .streams = unread, .name = "touch trace without readers"},
 };
 
 // The 32-bit product of the virtual width and the depth wraps: lines of one byte, of no byte, and

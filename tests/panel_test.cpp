@@ -17,7 +17,7 @@ run_case alone(const shell_words &args, run_case c)
 {
     c.args = args;
     c.runs = program::panel;
-    c.environment.push_back("TMPDIR=.");
+    c.environment += " TMPDIR=.";
     return c;
 }
 
@@ -123,7 +123,7 @@ const run_case runs[] = {
     on_panel("--fail wait sh -c 'cd /; echo $LD_PRELOAD $ASAN_OPTIONS $TAVO_PANEL_FAIL; "
              "test -p $TAVO_PANEL_STATE/touch'", {.out = PANEL_LIBRARY ":libm.so.6 "
      "verify_asan_link_order=0:verify_asan_link_order=0 wait\n", .err = never_opened,
-     .environment = {"LD_PRELOAD=libm.so.6", "TAVO_PANEL_FAIL=map"}}),
+     .environment = "LD_PRELOAD=libm.so.6 TAVO_PANEL_FAIL=map"}),
     // A kill is passed on, and what the command left running is ended with it.
     alone("sh -c 'kill -TERM $PPID; sleep 30'", {.status = 143}),
     alone("sh -c 'kill -HUP $PPID; sleep 30'", {.status = 129}),

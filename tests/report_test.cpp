@@ -122,25 +122,21 @@ const run_case reports[] = {
     {.args = "-i", .requests = "fault get-fscreeninfo:1; get-fscreeninfo -> -1; get-vscreeninfo; "
      "get-waveform-type; get-material-type; get-temperature",
      .out = "tavo: print_fb_info> cannot access fixed framebuffer info\n" + variable + resolution +
-            panel,
-     .faults = "get-fscreeninfo", .settings = settings, .screen = numbered},
+            panel, .settings = settings, .screen = numbered},
     {.args = "-i", .requests = "get-fscreeninfo; fault get-vscreeninfo:2; get-vscreeninfo -> -1; "
      "get-waveform-type; get-material-type; get-temperature",
-     .out = fixed + "tavo: print_fb_info> cannot access variable framebuffer info\n" + panel,
-     .faults = "get-vscreeninfo:2", .settings = settings, .screen = numbered},
+     .out = fixed + "tavo: print_fb_info> cannot access variable framebuffer info\n" + panel, .settings = settings, .screen = numbered},
     {.args = "-i x", .requests = "get-fscreeninfo; get-vscreeninfo; fault get-waveform-type:1; "
      "get-waveform-type -> -1; fault get-material-type:1; get-material-type -> -1; "
      "fault get-temperature:1; get-temperature -> -1; get-cmap start=0 len=2",
      .out = fixed + variable + resolution + "cannot get waveform type err=-1\n"
-            "cannot get material type err=-1\ncannot get temperature err=-1\n" + colours,
-     .faults = "get-waveform-type get-material-type get-temperature", .settings = settings,
+            "cannot get material type err=-1\ncannot get temperature err=-1\n" + colours, .settings = settings,
      .screen = numbered},
     {.args = "-i x", .requests = queries + "; fault get-cmap:1; get-cmap start=0 len=2 -> -1",
-     .out = all_but_colours + "tavo: print_fb_info> cannot access cmap\n", .faults = "get-cmap",
+     .out = all_but_colours + "tavo: print_fb_info> cannot access cmap\n",
      .settings = settings, .screen = numbered},
     {.args = "-i x", .requests = queries + "; fault calloc:1",
-     .out = all_but_colours + "tavo: print_fb_info> unable to allocate colormap\n",
-     .faults = "calloc", .settings = settings, .screen = numbered},
+     .out = all_but_colours + "tavo: print_fb_info> unable to allocate colormap\n", .settings = settings, .screen = numbered},
     // Of the command line: everything but the options' letters, and what comes after the report.
     {.args = "-n -i", .requests = "get-hold 1; set-hold 0; " + queries + "; release-hold 0",
      .out = all_but_colours, .settings = settings, .screen = numbered},
@@ -160,8 +156,7 @@ const run_case reports[] = {
      .settings = settings, .screen = numbered},
     {.args = "-i -kfb", .requests = "open; get-vscreeninfo; map 278 offset=0 shared locked; "
      "fault map:2; map 424 offset=0 shared locked -> -1; " + queries,
-     .out = all_but_colours + "tavo: main> cannot map framebuffer to write fb\n",
-     .faults = "map:2", .settings = settings, .screen = numbered},
+     .out = all_but_colours + "tavo: main> cannot map framebuffer to write fb\n", .settings = settings, .screen = numbered},
     // A driver that says nothing of interest, and a longer map.
     {.args = "-i x", .requests = queries + "; get-cmap start=0 len=256", .out = R"(
 Fixed framebuffer info

@@ -7,10 +7,10 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iomanip>
-#include <set>
+#include <map>
 #include <sstream>
 
 namespace fs = std::filesystem;
@@ -23,6 +23,13 @@ std::string update_line(const char *mode, int wave_mode, int inverted)
                      wave_mode, inverted);
 }
 
+std::string replaced(std::string text, const std::string &old, const std::string &by)
+{
+    for (size_t at = 0; (at = text.find(old, at)) != std::string::npos; at += by.size())
+        text.replace(at, old.size(), by);
+    return text;
+}
+
 strings split(const std::string &text)
 {
     strings all;
@@ -30,24 +37,6 @@ strings split(const std::string &text)
     for (std::string word; in >> std::quoted(word, '\'', '\0');)
         all.push_back(word);
     return all;
-}
-
-static std::string replaced(std::string text, const std::string &old, const std::string &by)
-{
-    for (size_t at = 0; (at = text.find(old, at)) != std::string::npos; at += by.size())
-        text.replace(at, old.size(), by);
-    return text;
-}
-
-std::string test_name(const std::string &text)
-{
-    std::string name;
-    for (char letter : text)
-        if (isalnum(letter & 0xFF))
-            name += letter;
-        else if (!name.empty() && name.back() != '_')
-            name += '_';
-    return name.substr(0, name.find_last_not_of('_') + 1);
 }
 
 /// Addresses differ from run to run.
@@ -83,6 +72,44 @@ std::string requests_of(std::string log, const geometry &g)
     return all;
 }
 
+static strings lines_of(const std::string &requests)
+{
+    strings all;
+    std::istringstream in(requests);
+    for (std::string request; getline(in >> std::ws, request, ';');)
+        all.push_back(request);
+    return all;
+}
+
+/// The faults that the panel has to take.
+static std::string faults_of(const std::string &requests)
+{
+    std::string faults;
+    for (const std::string &request : lines_of(requests))
+        if (request.starts_with("fault "))
+            faults += request.substr(6) + " ";
+    return faults;
+}
+
+/// What the tool says of the updates that it requests: it waits before it repeats one.
+static std::string announcements_of(const std::string &requests)
+{
+    std::string all;
+    bool repeated = false;
+    for (const std::string &request : lines_of(requests)) {
+        int wave_mode = 0;
+        char mode[8] = "";
+        if (sscanf(request.c_str(), "update %*s %*s wave=%d %7s", &wave_mode, mode) == 2) {
+            const bool full = mode == std::string("full");
+            const bool inverted = request.find(" flags=1 ") != std::string::npos;
+            all += repeated ? "" : update_line(full ? "FULL" : "PARTIAL", wave_mode, inverted);
+            repeated = false;
+        }
+        repeated = repeated || request.starts_with("sleep ");
+    }
+    return all;
+}
+
 virtual_panel::virtual_panel(const run_case &c)
 {
     const testing::TestInfo *test = testing::UnitTest::GetInstance()->current_test_info();
@@ -99,8 +126,8 @@ virtual_panel::virtual_panel(const run_case &c)
         write("files/" + file.name, file.content);
         chmod((folder + "/files/" + file.name).c_str(), mode_t(file.mode));
     }
-    if (!c.pipe.empty())
-        mkfifo((folder + "/files/pipe").c_str(), 0600);
+    for (const char *name : {"/gone", "/files/pipe"})
+        mkfifo((folder + name).c_str(), 0600);
 }
 
 virtual_panel::~virtual_panel()
@@ -120,141 +147,59 @@ void virtual_panel::write(const std::string &name, const std::string &content) c
     std::ofstream(folder + "/" + name, std::ios::binary) << content;
 }
 
-/// The program and its arguments. An emulator hands the panel's library on to its guest.
-static strings command_of(const run_case &c)
+/// What a shell runs. An emulator hands the panel's library on to its guest.
+static std::string command_of(const run_case &c, const std::string &folder)
 {
-    strings command;
-    if (c.runs == program::tavo)
-        command = split(TAVO_EMULATOR);
-    if (!command.empty())
-        command.insert(command.begin() + 1, {"-0", "tavo", "-E", "LD_PRELOAD=" PANEL_LIBRARY});
-    command.push_back(c.runs == program::tavo ? TAVO_BINARY : PANEL_COMMAND);
-    for (const std::string &word : split(c.args.text))
-        command.push_back(word);
-    return command;
+    const std::string emulator = TAVO_EMULATOR, preload = "LD_PRELOAD=" PANEL_LIBRARY " ";
+    std::string line = "cd " + folder + "/files && umask 0 && PATH=" PROGRAMS_FOLDER ":$PATH " +
+                       "ASAN_OPTIONS=verify_asan_link_order=0 ";
+    if (c.runs == program::panel)
+        return line + c.environment + " tavo-panel " + c.args.text;
+    line += "TAVO_PANEL_STATE=" + folder + "/state TAVO_PANEL_FAIL='" + faults_of(c.requests) +
+            "' " + c.environment + " ";
+    if (emulator.empty())
+        return line + preload + "tavo " + c.args.text;
+    return line + emulator + " -0 tavo -E " + preload + PROGRAMS_FOLDER "/tavo " + c.args.text;
 }
 
-static strings environment_of(const run_case &c, const std::string &folder)
+/// Starts a process of ours, which is ended after 20 seconds.
+static pid_t start(const std::function<void()> &action)
 {
-    strings all = {"ASAN_OPTIONS=verify_asan_link_order=0"};
-    if (c.runs == program::tavo)
-        all.insert(all.end(),
-                   {"TAVO_PANEL_STATE=" + folder + "/state", "TAVO_PANEL_FAIL=" + c.faults});
-    else
-        all.push_back("PATH=" + fs::path(TAVO_BINARY).parent_path().string() + ":" +
-                      getenv("PATH"));
-    if (c.runs == program::tavo && std::string(TAVO_EMULATOR).empty())
-        all.push_back("LD_PRELOAD=" PANEL_LIBRARY);
-    all.insert(all.end(), c.environment.begin(), c.environment.end());
-    return all;
-}
-
-/// What a shell takes to do the same again.
-static std::string pasteable(const run_case &c, const std::string &folder)
-{
-    std::string line = "cd " + folder + "/files && env";
-    for (const strings &words : {environment_of(c, folder), command_of(c)})
-        for (const std::string &word : words)
-            line += " '" + replaced(word, "'", "'\\''") + "'";
-    for (const std::string &stream : c.closed)
-        line += " " + stream + ">&-";
-    for (const std::string &stream : c.full)
-        line += " " + stream + ">/dev/full";
-    for (const std::string &stream : c.broken)
-        line += " " + stream + "> >(:)"; // bash
-    return line;
-}
-
-/// In the child: becomes the program of a case.
-[[noreturn]] static void become(const run_case &c, const std::string &folder)
-{
-    const auto redirect = [](int fd, const char *path, int flags) {
-        dup2(open(path, flags | O_CLOEXEC, 0644), fd);
-    };
-    if (chdir((folder + "/files").c_str()) != 0)
-        _exit(126);
-    redirect(0, "/dev/null", O_RDONLY);
-    redirect(1, "../out", O_WRONLY | O_CREAT | O_TRUNC | O_APPEND);
-    redirect(2, c.together ? "../out" : "../err", O_WRONLY | O_CREAT | O_APPEND);
-    for (const std::string &stream : c.closed)
-        close(stoi(stream));
-    for (const std::string &stream : c.full)
-        redirect(stoi(stream), "/dev/full", O_WRONLY);
-    for (const std::string &stream : c.broken) {
-        int ends[2];
-        dup2(pipe2(ends, O_CLOEXEC) == 0 ? ends[1] : -1, stoi(stream));
-        close(ends[0]);
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(20);
+        signal(SIGPIPE, SIG_DFL);
+        action();
+        _exit(0);
     }
-    signal(SIGPIPE, SIG_DFL);
-    for (const std::string &assignment : environment_of(c, folder))
-        putenv(strdup(assignment.c_str()));
-    umask(0);
-    alarm(20);
-    std::vector<char *> words;
-    const strings command = command_of(c);
-    for (const std::string &word : command)
-        words.push_back(const_cast<char *>(word.c_str()));
-    words.push_back(nullptr);
-    const char *const path = words[0];
-    if (command[0] == TAVO_BINARY)
-        words[0] = const_cast<char *>("tavo");
-    execvp(path, words.data());
-    _exit(127);
+    return child;
 }
 
-/// In a child: feeds the FIFO, a piece at a time.
-[[noreturn]] static void feed(const virtual_panel &panel, const run_case &c,
-                              const std::string &path)
+static void feed(const strings &pieces, const std::string &path)
 {
-    alarm(20);
     const int fd = open(path.c_str(), O_WRONLY);
-    while (panel.read("out").find(c.pipe_after) == std::string::npos)
-        usleep(1000);
-    for (const std::string &piece : c.pipe)
+    for (const std::string &piece : pieces)
         for (int unread = ::write(fd, piece.data(), piece.size()) > 0; unread; usleep(50))
             ioctl(fd, FIONREAD, &unread);
-    _exit(0);
-}
-
-/// What is in the folder of the call, and the files that the case names elsewhere.
-static std::map<std::string, test_file> files_in(const virtual_panel &panel, const run_case &c,
-                                                 const fs::path &folder)
-{
-    std::set<std::string> names;
-    for (const auto &entry : fs::directory_iterator(folder))
-        names.insert(entry.path().filename().string());
-    for (const auto *list : {&c.given, &c.files})
-        for (const test_file &file : *list)
-            names.insert(file.name);
-    std::map<std::string, test_file> files;
-    for (const std::string &name : names)
-        if (const fs::file_status status = fs::status(folder / name); !fs::is_fifo(status))
-            files[name] = {name, panel.read("files/" + name), int(status.permissions())};
-    return files;
 }
 
 run_result virtual_panel::run(const run_case &c) const
 {
     for (const char *name : {"state/log", "out", "err"})
         write(name, "");
-    const pid_t child = fork();
-    if (child == 0)
-        become(c, folder);
-    const pid_t feeder = c.pipe.empty() ? -1 : fork();
-    if (feeder == 0)
-        feed(*this, c, folder + "/files/pipe");
+    const std::string command = command_of(c, folder) + " </dev/null >>../out 2>>../err ";
+    const pid_t feeder = start([&] { feed(c.pipe, folder + "/files/pipe"); });
+    const pid_t child =
+        start([&] { execl("/bin/sh", "sh", "-c", (command + c.streams).c_str(), nullptr); });
     int status;
     waitpid(child, &status, 0);
-    if (feeder > 0) {
-        kill(feeder, SIGKILL);
-        waitpid(feeder, nullptr, 0);
-    }
+    kill(feeder, SIGKILL);
+    waitpid(feeder, nullptr, 0);
     return {.status = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status),
             .out = with_masked_address(read("out")),
             .err = read("err"),
             .requests = requests_of(read("state/log"), c.screen),
-            .memory = read("state/memory"),
-            .files = files_in(*this, c, folder + "/files")};
+            .memory = read("state/memory")};
 }
 
 static std::string difference(const std::string &what, const std::string &wanted,
@@ -265,25 +210,26 @@ static std::string difference(const std::string &what, const std::string &wanted
     return what + " wanted:\n" + wanted + "\n" + what + " found:\n" + found + "\n";
 }
 
-static std::string difference(std::map<std::string, test_file> wanted,
-                              std::map<std::string, test_file> found)
+static std::string difference(const test_file &wanted, const test_file &found)
 {
-    std::string text;
-    for (const auto &[name, file] : found)
-        if (!wanted.contains(name))
-            text += "file " + name + " should not be there\n";
-    for (const auto &[name, file] : wanted) {
-        const std::string &content = found[name].content;
-        const size_t at =
-            size_t(std::ranges::mismatch(file.content, content).in1 - file.content.begin());
-        if (file.mode != found[name].mode)
-            text += formatted("file %s: wanted mode 0%o, found 0%o\n", name.c_str(), file.mode,
-                              found[name].mode);
-        if (file.content != content)
-            text += formatted("file %s: wanted %zu bytes, found %zu, byte %zu differs\n",
-                              name.c_str(), file.content.size(), content.size(), at);
-    }
-    return text;
+    const std::string &content = wanted.content;
+    const auto same = std::ranges::mismatch(content, found.content).in1 - content.begin();
+    if (wanted.mode == found.mode && content == found.content)
+        return "";
+    return formatted(
+        "file %s: wanted %zu bytes and mode 0%o, found %zu and 0%o; %zd are the same\n",
+        wanted.name.c_str(), content.size(), wanted.mode, found.content.size(), found.mode, same);
+}
+
+/// Standard output as a case has it.
+static std::string out_of(const run_case &c, const canvas &drawn)
+{
+    if (c.out == anything)
+        return anything;
+    if (c.streams.find("1>") != std::string::npos)
+        return "";
+    const bool announced = c.out.find("update_to_display") != std::string::npos;
+    return drawn.out + c.out + (announced ? "" : announcements_of(c.requests));
 }
 
 void virtual_panel::check(const run_case &c)
@@ -293,19 +239,29 @@ void virtual_panel::check(const run_case &c)
         c.draws(drawn);
     if (!c.requests.empty())
         drawn.request(c.requests);
-    std::map<std::string, test_file> files;
+    const std::string requests = replaced(drawn.requests, "WxH", c.screen.size());
+    const bool silent = c.streams.find("2>") != std::string::npos;
+    run_case call = c; // whose faults may come from drawing
+    call.requests = requests;
+    const run_result got = run(call);
+    std::string wrong =
+        difference("status", std::to_string(c.status | drawn.status), std::to_string(got.status)) +
+        difference("standard output", out_of(c, drawn), got.out) +
+        difference("standard error", silent ? "" : drawn.err + c.err, got.err) +
+        difference("requests", requests, got.requests);
+
+    std::map<std::string, test_file> files; // mode 0: should not be there
+    for (const auto &entry : fs::directory_iterator(folder + "/files"))
+        if (const std::string name = entry.path().filename(); !entry.is_fifo())
+            files[name] = {name, "", 0};
     for (const auto *list : {&c.given, &c.files})
         for (const test_file &file : *list)
             files[file.name] = file;
+    for (const auto &[name, file] : files) {
+        const auto mode = fs::status(folder + "/files/" + name).permissions();
+        wrong += difference(file, {name, read("files/" + name), int(mode)});
+    }
 
-    const run_result got = run(c);
-    const std::string out = c.out == anything ? anything : drawn.out + c.out;
-    std::string wrong =
-        difference("status", std::to_string(c.status | drawn.status), std::to_string(got.status)) +
-        difference("standard output", out, got.out) +
-        difference("standard error", drawn.err + c.err, got.err) +
-        difference("requests", replaced(drawn.requests, "WxH", c.screen.size()), got.requests) +
-        difference(files, got.files);
     for (const char *finding : {"Sanitizer", "runtime error"})
         if (got.err.find(finding) != std::string::npos)
             wrong += "a sanitizer has found something\n" + got.err;
@@ -321,12 +277,23 @@ void virtual_panel::check(const run_case &c)
     write("state/memory", canvas(c.screen).memory); // as it was before, for the next try
     ADD_FAILURE_AT(c.args.file, c.args.line)
         << wrong << "everything is in " << folder << ", and it happens again with\n"
-        << pasteable(c, folder);
+        << command_of(call, folder) << " " << c.streams;
 }
 
 void check(const run_case &c)
 {
     virtual_panel(c).check(c);
+}
+
+std::string test_name(const std::string &text)
+{
+    std::string name;
+    for (char letter : text)
+        if (isalnum(letter & 0xFF))
+            name += letter;
+        else if (!name.empty() && name.back() != '_')
+            name += '_';
+    return name.substr(0, name.find_last_not_of('_') + 1);
 }
 
 std::string test_name(const geometry &g)
@@ -339,7 +306,7 @@ std::string test_name(const geometry &g)
 std::string name_of_case(const testing::TestParamInfo<run_case> &row)
 {
     const run_case &c = row.param;
-    const std::string name = c.name.empty() ? c.args.text + " " + c.faults : c.name;
+    const std::string name = c.name.empty() ? c.args.text + " " + faults_of(c.requests) : c.name;
     return test_name(name.substr(0, 60) + formatted(" %zu", row.index));
 }
 

@@ -3,23 +3,16 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <map>
 #include <string>
 #include <tuple>
 #include <vector>
 
 using strings = std::vector<std::string>;
 
-/// Words as a shell reads them ('' is an empty one, 'a b' is one), and the place in the source
-/// where they are written.
+/// Words for a shell, and the place in the source where they are written.
 struct shell_words {
-    shell_words(const char *words = "", const char *at_file = __builtin_FILE(),
-                int at_line = __builtin_LINE())
-        : text(words), file(at_file), line(at_line)
-    {
-    }
-    shell_words(const std::string &words, const char *at_file = __builtin_FILE(),
+    template <class text_type>
+    shell_words(const text_type &words, const char *at_file = __builtin_FILE(),
                 int at_line = __builtin_LINE())
         : text(words), file(at_file), line(at_line)
     {
@@ -43,27 +36,26 @@ enum class program {
 /// One call on a virtual panel and everything that it does. All of it is compared; what is left
 /// out is nothing, and status 0. `anything` says that a text is not looked at.
 struct run_case {
-    shell_words args = {};
-    painter draws = {};        ///< what changes in the framebuffer; what it says comes first
-    std::string requests = ""; ///< as the log has them, see requests_of; WxH: the screen's size
-    std::string out = "", err = "";
+    shell_words args = "";
+    painter draws = {}; ///< what changes in the framebuffer; what it says comes first
+    /// As the log has them, see requests_of. WxH is the screen's size. Where "fault NAME:N" stands,
+    /// the panel takes that fault.
+    std::string requests = "";
+    /// The lines that announce the updates among the requests follow, if no such line is here.
+    std::string out = "";
+    std::string err = "";
     int status = 0;                    ///< or 128 and the signal's number
     std::vector<test_file> files = {}; ///< that are new or changed afterwards
 
     // What is unusual about the panel or the call.
-    std::string faults = "";   ///< each must be in the requests, as "fault NAME:N"
     std::string settings = ""; ///< lines of the panel's settings
     geometry screen = paper;
     std::vector<test_file> given = {}; ///< files that are there before
-    /// Written to the FIFO "pipe": each piece when the one before has been read, the first one
-    /// when standard output holds `pipe_after`.
-    strings pipe = {};
-    std::string pipe_after = "";
-    strings environment = {}; ///< NAME=value
-    strings closed = {};      ///< of the standard streams: "0", "1", "2"
-    strings broken = {};      ///< of them: pipes whose reader has gone
-    strings full = {};        ///< of them: on a disk without room
-    bool together = false;    ///< standard error goes to standard output
+    strings pipe = {}; ///< written to the FIFO "pipe", each piece when the one before has been read
+    std::string environment = ""; ///< NAME=value, as words for a shell
+    /// Redirections for a shell. Nothing is expected of a stream that goes elsewhere, as into the
+    /// FIFO "../gone" that nobody reads.
+    std::string streams = "";
     program runs = program::tavo;
     std::string name = ""; ///< of the test, where the arguments say too little
 };
@@ -76,7 +68,6 @@ struct run_result {
     int status;
     std::string out, err; ///< addresses as @ADDRESS
     std::string requests, memory;
-    std::map<std::string, test_file> files;
 };
 
 /// A panel and a folder to work in, which last from run to run.
@@ -101,7 +92,10 @@ void check(const run_case &c);
 /// that are always the same. Lines are separated by "; ".
 std::string requests_of(std::string log, const geometry &g);
 
-strings split(const std::string &words);
+strings split(const std::string &words); ///< as a shell does; only 'a b' is quoted
+
+/// A text with each `old` replaced.
+std::string replaced(std::string text, const std::string &old, const std::string &by);
 
 /// Letters and digits of a text, with low lines between them.
 std::string test_name(const std::string &text);
@@ -110,7 +104,8 @@ std::string test_name(const geometry &g);
 /// A suite of cases.
 class tool : public testing::TestWithParam<run_case> {};
 void PrintTo(const run_case &c, std::ostream *out);
-/// Of the arguments, or the name that the row has, and the row's number, which makes it unique.
+/// Of the arguments and the faults, or the name that the row has, and the row's number, which
+/// makes it unique.
 std::string name_of_case(const testing::TestParamInfo<run_case> &row);
 
 /// A suite whose test works out, from the arguments, what happens on a screen.

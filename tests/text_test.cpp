@@ -22,7 +22,7 @@ const shell_words texts[] = {"0 0 ABCDEFGHIJKLMNOPQRSTUVWXYZ", "1 2 abcdefghijkl
                              // Below 0 with "--", an operand, which -vv makes up for.
                              "-vv -- -1 0 AB", "-vv -- 2 -1 AB",
                              // Characters that the font does not have.
-                             "2 2 ab$cd", "0 0 ^", "-h 0 0 \x01", "0 0 \x7f", "0 0 \xe9"};
+                             "2 2 'ab$cd'", "0 0 ^", "-h 0 0 \x01", "0 0 \x7f", "0 0 \xe9"};
 INSTANTIATE_TEST_SUITE_P(texts, printed_text, with_screens(texts), name_on_screen);
 
 class scroll : public on_screens {};

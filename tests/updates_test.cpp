@@ -69,40 +69,35 @@ const run_case regions[] = {
 
 const run_case refusals[] = {
     {.args = "-s ''", .requests = "fault update:1; " + refused + "; sleep 500000; "
-     "update 0,0 758x1024 wave=2 partial", .out = partial_gc16, .err = "retrying.. -1",
-     .faults = "update:1"},
+     "update 0,0 758x1024 wave=2 partial", .out = partial_gc16, .err = "retrying.. -1"},
     {.args = "-s ''", .requests =
      "fault update:1; " + refused + "; sleep 500000; fault update:2; " + refused +
      "; sleep 500000; fault update:3; " + refused + "; sleep 500000; fault update:4; " + refused +
      "; sleep 500000; fault update:5; " + refused + "; sleep 500000; fault update:6; " + refused,
      .out = partial_gc16,
-     .err = "retrying.. -1retrying.. -1retrying.. -1retrying.. -1retrying.. -1",
-     .faults = "update"},
+     .err = "retrying.. -1retrying.. -1retrying.. -1retrying.. -1retrying.. -1"},
     {.args = "-s '' -f",
      .requests = "update 0,0 758x1024 wave=2 full; fault wait:1; wait marker=42 -> -1",
-     .out = full_gc16, .faults = "wait"},
-    {.args = "-n", .requests = "fault get-hold:1; get-hold 1 -> -1; release-hold 0",
-     .faults = "get-hold"},
+     .out = full_gc16},
+    {.args = "-n", .requests = "fault get-hold:1; get-hold 1 -> -1; release-hold 0"},
     {.args = "-n", .requests = "get-hold 1; fault set-hold:1; set-hold 0 -> -1; "
-     "fault release-hold:1; release-hold 0 -> -1", .faults = "set-hold release-hold"},
+     "fault release-hold:1; release-hold 0 -> -1"},
     {.args = "-n", .requests = "get-hold 1; release-hold 0", .files = {{"../state/hold", "0\n"}},
      .given = {{"../state/hold", "1\n"}}, .name = "n held by somebody"},
     {.args = "-c", .draws = white, .requests = "fault get-vscreeninfo:2; get-vscreeninfo -> -1",
-     .out = "tavo: main> cannot read screen info 1\n", .faults = "get-vscreeninfo:2"},
+     .out = "tavo: main> cannot read screen info 1\n"},
     // Nothing works without the device.
     {.args = "hi", .requests = "fault open:1; open -> -1; not closed",
-     .out = "tavo: open_device> cannot open framebuffer device \"/dev/fb0\"\n", .faults = "open"},
+     .out = "tavo: open_device> cannot open framebuffer device \"/dev/fb0\"\n"},
     {.args = "-c", .requests = "open; fault get-vscreeninfo:1; get-vscreeninfo -> -1",
-     .out = "tavo: open_device> cannot query framebuffer geometry\n",
-     .faults = "get-vscreeninfo"},
+     .out = "tavo: open_device> cannot query framebuffer geometry\n"},
     {.args = "-c", .requests = "open; get-vscreeninfo; fault map:1; "
      "map 776192 offset=0 shared locked -> -1; map 1552384 offset=0 shared locked",
-     .out = "tavo: open_device> cannot map framebuffer\n", .faults = "map:1",
+     .out = "tavo: open_device> cannot map framebuffer\n",
      .screen = {758, 1024, 758, 2048, 8}},
     {.args = "3 5 x", .draws = text(3, 5, "x"), .requests = "open; get-vscreeninfo; "
      "map 776192 offset=0 shared locked; fault map:2; map 1552384 offset=0 shared locked -> -1; "
-     "update 0,0 758x1024 wave=257 partial", .out = update_line("PARTIAL", 257),
-     .faults = "map:2", .screen = {758, 1024, 758, 2048, 8}},
+     "update 0,0 758x1024 wave=257 partial", .out = update_line("PARTIAL", 257), .screen = {758, 1024, 758, 2048, 8}},
     {.args = "-c", .requests = "open; get-vscreeninfo",
      .out = "tavo: bpp_supported> bpp = 3 not supported\n", .screen = {8, 8, 8, 8, 3}},
     {.args = "-c", .requests = "open; get-vscreeninfo",
