@@ -39,6 +39,12 @@ strings split(const std::string &text)
     return all;
 }
 
+std::string file_content(const std::string &path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
 /// Addresses differ from run to run.
 static std::string with_masked_address(std::string text)
 {
@@ -138,8 +144,7 @@ virtual_panel::~virtual_panel()
 
 std::string virtual_panel::read(const std::string &name) const
 {
-    std::ifstream file(folder + "/" + name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    return file_content(folder + "/" + name);
 }
 
 void virtual_panel::write(const std::string &name, const std::string &content) const

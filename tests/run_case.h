@@ -94,6 +94,8 @@ std::string requests_of(std::string log, const geometry &g);
 
 strings split(const std::string &words); ///< as a shell does; only 'a b' is quoted
 
+std::string file_content(const std::string &path); ///< "" if it is missing
+
 /// A text with each `old` replaced.
 std::string replaced(std::string text, const std::string &old, const std::string &by);
 

@@ -2,83 +2,67 @@
 #include "run_case.h"
 
 namespace {
-const std::string partial_gc16 = update_line("PARTIAL", 2), full_gc16 = update_line("FULL", 2);
-const std::string refused = "update 0,0 758x1024 wave=2 partial -> -1";
-
 /// Shows the whole screen with a waveform.
-run_case waveform(const shell_words &args, int mode)
+run_case waveform(const shell_words &name, int mode)
 {
-    return {.args = args,
-            .requests = formatted("update 0,0 758x1024 wave=%d partial", mode),
-            .out = update_line("PARTIAL", mode)};
+    return {.args = {"-s '' -w " + name.text, name.file, name.line},
+            .requests = formatted("update 0,0 WxH wave=%d partial", mode)};
 }
-const run_case waveforms[] = {
-    waveform("-s '' -w du", 1),      waveform("-s '' -w dux", 1),
-    waveform("-s '' -w a2", 6),      waveform("-s '' -w gc16", 2),
-    waveform("-s '' -w gc16x", 2),   waveform("-s '' -w gl16", 3),
-    waveform("-s '' -w reagl", 4),   waveform("-s '' -w reagld", 5),
-    waveform("-s '' -w reaglx", 4),  waveform("-s '' -w gck16", 8),
-    waveform("-s '' -w glkw16", 9),  waveform("-s '' -w GC16", 257),
-    waveform("-s '' -w gc", 257),    waveform("-s '' -w gc15", 257),
-    waveform("-s '' -w gl17", 257),  waveform("-s '' -w reag", 257),
-    waveform("-s '' -w gck17", 257), waveform("-s '' -w glkw1", 257),
-    waveform("-s '' -w d", 257),     waveform("-s '' -w a", 257),
-    waveform("-s '' -w ''", 257),
-};
 
 // clang-format off
+const run_case waveforms[] = {
+    waveform("du", 1), waveform("dux", 1), waveform("a2", 6), waveform("gc16", 2),
+    waveform("gc16x", 2), waveform("gl16", 3), waveform("reagl", 4), waveform("reagld", 5),
+    waveform("reaglx", 4), waveform("gck16", 8), waveform("glkw16", 9), waveform("GC16", 257),
+    waveform("gc", 257), waveform("gc15", 257), waveform("gl17", 257), waveform("reag", 257),
+    waveform("gck17", 257), waveform("glkw1", 257), waveform("d", 257), waveform("a", 257),
+    waveform("''", 257),
+};
+
 const run_case regions[] = {
-    {.args = "-s w=758,h=1024 -f",
-     .requests = "update 0,0 758x1024 wave=2 full; wait marker=42", .out = full_gc16},
+    {.args = "-s w=758,h=1024 -f", .requests = "update 0,0 758x1024 wave=2 full; wait marker=42"},
     {.args = "-s w=99,h=5 -x 10 -y 20 -wdu -f",
-     .requests = "update 10,20 99x5 wave=1 full; wait marker=42", .out = update_line("FULL", 1)},
-    {.args = "-s h=5", .requests = "update 0,0 758x1024 wave=2 partial", .out = partial_gc16},
-    {.args = "-s w=5", .requests = "update 0,0 5x1024 wave=2 partial", .out = partial_gc16},
-    {.args = "-s w=0,h=7 hi", .requests = "update 0,0 758x7 wave=2 partial", .out = partial_gc16},
-    {.args = "-s ' w= 5,h=6x' hi", .requests = "update 0,0 5x6 wave=2 partial",
-     .out = partial_gc16},
+     .requests = "update 10,20 99x5 wave=1 full; wait marker=42"},
+    {.args = "-s h=5", .requests = "update 0,0 758x1024 wave=2 partial"},
+    {.args = "-s w=5", .requests = "update 0,0 5x1024 wave=2 partial"},
+    {.args = "-s w=0,h=7 hi", .requests = "update 0,0 758x7 wave=2 partial"},
+    {.args = "-s ' w= 5,h=6x' hi", .requests = "update 0,0 5x6 wave=2 partial"},
     {.args = "-d l=0,w=3,h=4 -s ''", .draws = rectangle(0, 0, 3, 4, 0),
-     .requests = "update 0,0 3x4 wave=2 partial", .out = partial_gc16},
-    {.args = "-s w=758,h=1024 -x 0 -y 0", .requests = "update 0,0 758x1024 wave=2 partial",
-     .out = partial_gc16},
-    {.args = "-s w=759,h=1025", .requests = "update 0,0 758x1024 wave=2 partial",
-     .out = partial_gc16},
-    {.args = "-s w=800,h=24 -x 700 -y 1000", .requests = "update 700,1000 58x24 wave=2 partial",
-     .out = partial_gc16},
-    {.args = "-s w=57,h=25 -x 700 -y 1000", .requests = "update 700,1000 57x24 wave=2 partial",
-     .out = partial_gc16},
-    {.args = "-s w=8 -x -5", .requests = "update -5,0 8x1024 wave=2 partial", .out = partial_gc16,
+     .requests = "update 0,0 3x4 wave=2 partial"},
+    {.args = "-s w=758,h=1024 -x 0 -y 0", .requests = "update 0,0 758x1024 wave=2 partial"},
+    {.args = "-s w=759,h=1025", .requests = "update 0,0 758x1024 wave=2 partial"},
+    {.args = "-s w=800,h=24 -x 700 -y 1000", .requests = "update 700,1000 58x24 wave=2 partial"},
+    {.args = "-s w=57,h=25 -x 700 -y 1000", .requests = "update 700,1000 57x24 wave=2 partial"},
+    {.args = "-s w=8 -x -5", .requests = "update -5,0 8x1024 wave=2 partial",
      .settings = "regions any\n"},
     {.args = "-s w=10 -x 800", .requests = "update 800,0 -42x1024 wave=2 partial",
-     .out = partial_gc16, .settings = "regions any\n"},
+     .settings = "regions any\n"},
     {.args = "-s w=2147483647,h=2147483647 -x 9 -y 8",
-     .requests = "update 9,8 749x1016 wave=2 partial", .out = partial_gc16},
-    {.args = "-s '' -y -2147483648",
-     .requests = "update 0,-2147483648 758x1024 wave=2 partial", .out = partial_gc16,
+     .requests = "update 9,8 749x1016 wave=2 partial"},
+    {.args = "-s '' -y -2147483648", .requests = "update 0,-2147483648 758x1024 wave=2 partial",
      .settings = "regions any\n"},
     {.args = "-s w=-1"},
     {.args = "-s w=1,h=-1"},
     {.args = "-n -s w=5,h=-1 hi", .requests = "get-hold 1; set-hold 0"},
-    {.args = "-n -s ''", .requests = "get-hold 1; set-hold 0; update 0,0 758x1024 wave=2 partial",
-     .out = partial_gc16},
+    {.args = "-n -s ''", .requests = "get-hold 1; set-hold 0; update 0,0 758x1024 wave=2 partial"},
     // Worked out before the second look at the screen.
     {.args = "-c", .draws = white,
-     .requests = "get-vscreeninfo; update 0,0 758x1024 wave=2 partial", .out = partial_gc16,
+     .requests = "get-vscreeninfo; update 0,0 758x1024 wave=2 partial",
      .settings = "second-size 400x300\n"},
 };
 
+const std::string again = "update 0,0 WxH wave=2 partial -> -1; sleep 500000; ";
+const std::string not_mapped = "tavo: open_device> cannot map framebuffer\n";
+const geometry tall = {758, 1024, 758, 2048, 8};
 const run_case refusals[] = {
-    {.args = "-s ''", .requests = "fault update:1; " + refused + "; sleep 500000; "
-     "update 0,0 758x1024 wave=2 partial", .out = partial_gc16, .err = "retrying.. -1"},
-    {.args = "-s ''", .requests =
-     "fault update:1; " + refused + "; sleep 500000; fault update:2; " + refused +
-     "; sleep 500000; fault update:3; " + refused + "; sleep 500000; fault update:4; " + refused +
-     "; sleep 500000; fault update:5; " + refused + "; sleep 500000; fault update:6; " + refused,
-     .out = partial_gc16,
+    {.args = "-s ''", .requests = "fault update:1; " + again + "update 0,0 WxH wave=2 partial",
+     .err = "retrying.. -1"},
+    {.args = "-s ''", .requests = "fault update:1; " + again + "fault update:2; " + again +
+     "fault update:3; " + again + "fault update:4; " + again + "fault update:5; " + again +
+     "fault update:6; update 0,0 WxH wave=2 partial -> -1",
      .err = "retrying.. -1retrying.. -1retrying.. -1retrying.. -1retrying.. -1"},
     {.args = "-s '' -f",
-     .requests = "update 0,0 758x1024 wave=2 full; fault wait:1; wait marker=42 -> -1",
-     .out = full_gc16},
+     .requests = "update 0,0 WxH wave=2 full; fault wait:1; wait marker=42 -> -1"},
     {.args = "-n", .requests = "fault get-hold:1; get-hold 1 -> -1; release-hold 0"},
     {.args = "-n", .requests = "get-hold 1; fault set-hold:1; set-hold 0 -> -1; "
      "fault release-hold:1; release-hold 0 -> -1"},
@@ -93,11 +77,10 @@ const run_case refusals[] = {
      .out = "tavo: open_device> cannot query framebuffer geometry\n"},
     {.args = "-c", .requests = "open; get-vscreeninfo; fault map:1; "
      "map 776192 offset=0 shared locked -> -1; map 1552384 offset=0 shared locked",
-     .out = "tavo: open_device> cannot map framebuffer\n",
-     .screen = {758, 1024, 758, 2048, 8}},
+     .out = not_mapped, .screen = tall},
     {.args = "3 5 x", .draws = text(3, 5, "x"), .requests = "open; get-vscreeninfo; "
      "map 776192 offset=0 shared locked; fault map:2; map 1552384 offset=0 shared locked -> -1; "
-     "update 0,0 758x1024 wave=257 partial", .out = update_line("PARTIAL", 257), .screen = {758, 1024, 758, 2048, 8}},
+     "update 0,0 WxH wave=257 partial", .screen = tall},
     {.args = "-c", .requests = "open; get-vscreeninfo",
      .out = "tavo: bpp_supported> bpp = 3 not supported\n", .screen = {8, 8, 8, 8, 3}},
     {.args = "-c", .requests = "open; get-vscreeninfo",
