@@ -130,12 +130,12 @@ static const char *next_barcode_chunk(const char *text, int32_t *remaining)
 static void paint_twice(const char *text)
 {
     const surface &screen = display_device.screen;
-    const int result = place_barcode(6, 10, first_x, first_top, text);
+    if (place_barcode(6, 10, first_x, first_top, text) != 0)
+        return;
     barcode_x = first_x - barcode_x + screen.width - right_margin;
-    if (result == 0)
-        place_barcode(barcode_x / text_cell_width + 5,
-                      (screen.height - second_text_from_bottom) / text_cell_height + 1, barcode_x,
-                      screen.height - second_top_from_bottom, text);
+    place_barcode(barcode_x / text_cell_width + 5,
+                  (screen.height - second_text_from_bottom) / text_cell_height + 1, barcode_x,
+                  screen.height - second_top_from_bottom, text);
 }
 
 static void paint_pieces(const char *text, int32_t remaining)
