@@ -141,7 +141,7 @@ int paint_image(int32_t x, int32_t y, const char *path, int32_t *width_out, int3
     const surface &screen = display_device.screen;
     const int64_t columns = std::min<int64_t>(image.width, int64_t{screen.width} - x);
     const int64_t rows = std::min<int64_t>(image.height, int64_t{screen.height} - y);
-    if (x >= 0 && y >= 0 && columns > 0)
+    if (x >= 0 && y >= 0 && columns > 0 && rows > 0)
         pack_rows(image, rows, columns, screen_row(y), x);
     return 0;
 }
