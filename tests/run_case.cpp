@@ -255,7 +255,7 @@ void virtual_panel::check(const run_case &c)
         difference("standard error", silent ? "" : drawn.err + c.err, got.err) +
         difference("requests", requests, got.requests);
 
-    std::map<std::string, test_file> files; // mode 0: should not be there
+    std::map<std::string, test_file> files; // mode 0: not there
     for (const auto &entry : fs::directory_iterator(folder + "/files"))
         if (const std::string name = entry.path().filename(); !entry.is_fifo())
             files[name] = {name, "", 0};
@@ -263,8 +263,9 @@ void virtual_panel::check(const run_case &c)
         for (const test_file &file : *list)
             files[file.name] = file;
     for (const auto &[name, file] : files) {
-        const auto mode = fs::status(folder + "/files/" + name).permissions();
-        wrong += difference(file, {name, read("files/" + name), int(mode)});
+        const fs::file_status status = fs::status(folder + "/files/" + name);
+        const int mode = fs::exists(status) ? int(status.permissions()) : 0;
+        wrong += difference(file, {name, read("files/" + name), mode});
     }
 
     for (const char *finding : {"Sanitizer", "runtime error"})
