@@ -70,7 +70,6 @@ void draw_barcodes(canvas &c, const std::string &letters)
 class barcode : public on_screens {};
 TEST_P(barcode, is_drawn)
 {
-    const auto &[args, g] = GetParam();
     const auto draw = [&](canvas &c) {
         draw_barcodes(c, split(args.text)[1]);
         if (c.status == 0)

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cstdarg>
 #include <cstdint>
+#include <fstream>
 
 #define STB_IMAGE_STATIC
 #define STBI_NO_SIMD // which the tool uses where it can
@@ -69,6 +70,12 @@ bool canvas::fits(int x, int y, int width, int height)
             return false;
         }
     return true;
+}
+
+std::string content_of(const std::string &file)
+{
+    std::ifstream in(TESTS_FOLDER "/" + file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
 }
 
 test_picture::test_picture(const std::string &path)

@@ -22,6 +22,9 @@ constexpr geometry paper = {758, 1024, 758, 1024, 8};
 /// end within a byte, one whose lines have no whole byte, one that claims more than it has.
 const std::vector<geometry> &all_screens();
 
+/// The bytes of a file in this folder, none if it cannot be read.
+std::string content_of(const std::string &file);
+
 /// A picture file, as the plain decoder has it.
 struct test_picture {
     explicit test_picture(const std::string &path);
@@ -45,6 +48,7 @@ struct canvas {
     /// An update, as it is announced and requested.
     void update(int64_t x, int64_t y, int64_t update_width, int64_t update_height, int wave_mode,
                 bool full = false, bool inverted = false);
+    void update(int wave_mode) { update(0, 0, shape.columns(), shape.height, wave_mode); }
     /// The end of an action: a look at the screen, and an update cut at its right and lower edge.
     void finish(int64_t x, int64_t y, int64_t update_width, int64_t update_height);
     void finish() { finish(0, 0, shape.width, shape.height); }

@@ -1,15 +1,7 @@
 // Image files, decoded, reduced to gray and packed.
 #include "run_case.h"
 
-#include <fstream>
-
 namespace {
-std::string content_of(const std::string &file)
-{
-    std::ifstream in(TESTS_FOLDER "/pictures/" + file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
 /// Only whole bytes are stored; what lies left of x in the first one stays.
 void paint(canvas &c, const test_picture &picture, int64_t x, int64_t y)
 {
@@ -24,13 +16,12 @@ void paint(canvas &c, const test_picture &picture, int64_t x, int64_t y)
 class picture : public on_screens {};
 TEST_P(picture, is_painted_and_unpacked)
 {
-    const auto &[args, g] = GetParam();
     const std::string name = args.text.substr(0, args.text.find(' '));
     int x = 0, y = 0;
     sscanf(args.text.c_str(), "%*s -x%d -y%d", &x, &y);
     const test_picture decoded(TESTS_FOLDER "/pictures/" + name);
     ASSERT_FALSE(decoded.pixels.empty());
-    const test_file in = {name, content_of(name)};
+    const test_file in = {name, content_of("pictures/" + name)};
     const auto draw = [&](canvas &c) {
         paint(c, decoded, x, y);
         c.finish(x, y, decoded.width, decoded.height);
@@ -83,9 +74,15 @@ const std::string large = [] {
 }();
 const painter all_large = levels([](const geometry &, int x, int y) { return large_level(x, y); });
 
+const painter many_scans =
+    in_order({rectangle(0, 0, 8, 8, 128), [](canvas &c) { c.finish(0, 0, 8, 8); }});
+
 // clang-format off
 const geometry tiny = {4, 3, 8, 3, 4};
 const run_case outputs[] = {
+    // A small picture may have any number of scans.
+    {.args = "-g many-scans.jpg", .draws = many_scans,
+     .given = {{"many-scans.jpg", content_of("pictures/many-scans.jpg")}}},
     {.args = "-g large", .draws = in_order({all_large, [](canvas &c) { c.finish(); }}),
      .given = {{"large", large}}},
     {.args = "-g pipe", .draws = [](canvas &c) { c.memory[0] = '\x1E'; c.finish(0, 0, 2, 1); },

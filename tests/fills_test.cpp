@@ -16,7 +16,6 @@ painter bands(int (*gray)(int column, int row))
 class fill : public on_screens {};
 TEST_P(fill, is_painted)
 {
-    const auto &[args, g] = GetParam();
     const std::map<std::string, painter> fills = {
         {"-c", white},
         {"-q", bands([](int column, int row) { return (column + row) % 2 * 255; })},
@@ -44,7 +43,6 @@ INSTANTIATE_TEST_SUITE_P(fills, fill, with_screens(fills), name_on_screen);
 class filled_rectangle : public on_screens {};
 TEST_P(filled_rectangle, is_painted)
 {
-    const auto &[args, g] = GetParam();
     unsigned level = 0;
     int width = 0, height = 0, x = 0, y = 0;
     sscanf(args.text.c_str(), "-dl=%x,w=%d,h=%d -x%d -y%d", &level, &width, &height, &x, &y);
@@ -54,13 +52,15 @@ TEST_P(filled_rectangle, is_painted)
     };
     check({.args = args, .draws = draw, .settings = "regions any\n", .screen = g});
 }
+// clang-format off
 const shell_words rectangles[] = {
-    "-dl=40,w=20,h=11 -x3 -y2",       "-dl=1ff,w=20,h=20 -x-5 -y10",
-    "-dl=c3,w=20,h=20 -x10 -y-1",     "-dl=AA,w=9,h=9 -x758 -y1024",
-    "-dl=55,w=9,h=9 -x759 -y1025",    "-dl=0,w=9,h=9 -x0 -y1024",
-    "-dl=80,w=9,h=9 -x40 -y600",      "-dl=80,w=1,h=1 -x757 -y1023",
-    "-dl=0,w=2147483647,h=9 -x1 -y2", "-dl=5c,w=2147483647,h=2147483647 -x2147483647 -y-2147483648",
+    "-dl=40,w=20,h=11 -x3 -y2", "-dl=1ff,w=20,h=20 -x-5 -y10", "-dl=c3,w=20,h=20 -x10 -y-1",
+    "-dl=AA,w=9,h=9 -x758 -y1024", "-dl=55,w=9,h=9 -x759 -y1025", "-dl=0,w=9,h=9 -x0 -y1024",
+    "-dl=80,w=9,h=9 -x40 -y600", "-dl=80,w=1,h=1 -x757 -y1023", "-dl=5a,w=9,h=9 -x758",
+    "-dl=0,w=2147483647,h=9 -x1 -y2",
+    "-dl=5c,w=2147483647,h=2147483647 -x2147483647 -y-2147483648",
 };
+// clang-format on
 INSTANTIATE_TEST_SUITE_P(fills, filled_rectangle, with_screens(rectangles), name_on_screen);
 
 TEST(fills, modes_that_no_option_gives)

@@ -2,22 +2,7 @@
 #include "run_case.h"
 
 namespace {
-const std::string event(int code, int value)
-{
-    const uint32_t words[] = {0, 0, 3 | uint32_t(code) << 16, uint32_t(value)};
-    return {reinterpret_cast<const char *>(words), sizeof words};
-}
-/// From (10, 5) to (20, 5) with one finger.
-const std::string stroke =
-    event(0x2f, 0) + event(0x35, 10) + event(0x36, 5) + event(0x35, 20) + event(0x36, 5);
-const std::string refused_five_times = [] {
-    std::string requests;
-    for (int n = 1; n <= 5; ++n)
-        requests += formatted("fault update:%d; update 0,0 758x1024 wave=2 full -> -1; "
-                              "sleep 500000; ",
-                              n);
-    return requests;
-}();
+const geometry small = {300, 130, 300, 130, 8};
 /// What the panel keeps of the first 119 pixels of a line that goes on over all of its bytes.
 const std::string working_buffer = [] {
     std::string bytes;
@@ -28,44 +13,31 @@ const std::string working_buffer = [] {
 const std::string unread = "3<>../gone 1>../gone 2>&1 3>&-"; // nobody reads
 const std::string unread_out = "3<>../gone 1>../gone 3>&-";
 const std::string unread_err = "3<>../gone 2>../gone 3>&-";
-const geometry small = {300, 130, 300, 130, 8};
+const std::string refused_once = "fault update:1; update 0,0 758x1024 wave=2 full -> -1; "
+                                 "sleep 500000; update 0,0 758x1024 wave=2 full; wait marker=42";
 
 // clang-format off
 const run_case streams[] = {
-    {.args = "-c -f", .draws = white,
-     .requests = "get-vscreeninfo; update 0,0 758x1024 wave=2 full; wait marker=42",
-     .streams = unread_out, .name = "c f without a reader"},
     {.args = "-n 99 99 hi", .requests = "get-hold 1; set-hold 0; release-hold 0",
-     .streams = unread, .name = "n and a message without readers"},
+     .streams = unread, .name = "message without readers"},
     {.args = "-n 99 99 hi", .requests = "get-hold 1; set-hold 0; release-hold 0",
-     .streams = "1>/dev/full 2>&1", .name = "n and a message on a full disk"},
+     .streams = "1>/dev/full 2>&1", .name = "message on a full disk"},
     {.args = "-e", .draws = text(0, 0, "-e"),
      .requests = "update 0,0 758x1024 wave=257 partial", .streams = unread,
      .name = "unknown option without readers"},
-    {.args = "-s '' -f",
-     .requests = refused_five_times + "update 0,0 758x1024 wave=2 full; wait marker=42",
-     .out = update_line("FULL", 2), .streams = unread_err,
-     .name = "retries without a reader"},
-    {.args = "-s '' -f",
-     .requests = refused_five_times + "update 0,0 758x1024 wave=2 full; wait marker=42",
-     .streams = "1>/dev/full 2>&1", .name = "retries on a full disk"},
-    {.args = "-n -s '' -f", .requests = "get-hold 1; set-hold 0; " + refused_five_times +
-     "update 0,0 758x1024 wave=2 full; wait marker=42",
-     .streams = unread, .name = "n and retries without readers"},
+    {.args = "-s '' -f", .requests = refused_once, .streams = unread_err,
+     .name = "retry without a reader"},
+    {.args = "-s '' -f", .requests = refused_once, .streams = "1>/dev/full 2>&1",
+     .name = "retry on a full disk"},
     {.args = "-r a!", .draws = white, .requests = "not closed", .status = 1, .streams = unread_err,
      .name = "refused barcode without a reader"},
     {.args = "-i -k fb", .requests = "get-fscreeninfo; get-vscreeninfo; get-waveform-type; "
      "get-material-type; get-temperature; get-cmap start=0 len=256",
      .files = {{"fb", canvas(small).memory, 0666}}, .screen = small, .streams = unread_out,
      .name = "report and dump without a reader"},
-    {.args = "-t none out", .status = 1, .files = {{"out", ""}}, .streams = unread_out,
-     .name = "t without a reader"},
-    {.args = "-j events",
-     .draws = in_order({white, rectangle(0, 10, 120, 120, 0x0C),
-                        rectangle(180, 10, 120, 120, 0x0C), rectangle(10, 5, 10, 1, 0)}),
-     .requests = "update 0,0 WxH wave=257 partial; update 0,0 WxH wave=1 partial; "
-     "get-vscreeninfo; update 0,0 WxH wave=2 partial", .screen = small,
-     .given = {{"events", stroke}}, .streams = unread, .name = "touch trace without readers"},
+    // The announcement comes before the update.
+    {.args = "-s '' -f", .requests = refused_once, .out = update_line("FULL", 2) + "retrying.. -1",
+     .streams = "2>&1"},
 };
 
 // The 32-bit product of the virtual width and the depth wraps: lines of one byte, of no byte, and

@@ -96,27 +96,23 @@ TEST(pixel, edges)
                 SCOPED_TRACE(formatted("%d bits, x %d, y %d", bpp, x, y));
                 random_picture target(5, 20, 3, bpp), expected = target, source(3, 3, 2, bpp);
                 const surface *to = &target.shape, *from = &source.shape;
-                const auto outside = [](int at_x, int at_y) {
-                    return formatted(
-                        "tavo: pixel_in_range> (%d, %d) pixel not in range (0..5, 0..3)\n", at_x,
-                        at_y);
-                };
-                const auto corner = [](int at_x, int at_y) {
-                    return at_x >= 0 && at_x <= 5 && at_y >= 0 && at_y <= 3;
+                const auto message = [](bool good, int at_x, int at_y) {
+                    return good ? ""
+                                : formatted("tavo: pixel_in_range> (%d, %d) pixel not in range "
+                                            "(0..5, 0..3)\n",
+                                            at_x, at_y);
                 };
                 const bool pixel = x >= 0 && x < 5 && y >= 0 && y < 3;
-                const bool end = corner(x + 3, y + 2), fits = end && corner(x, y);
-
-                EXPECT_EQ(printed([&] { EXPECT_EQ(pixel_in_range(x, y, to), corner(x, y)); }),
-                          corner(x, y) ? "" : outside(x, y));
+                const bool corner = x >= 0 && x <= 5 && y >= 0 && y <= 3;
+                const bool end = x >= -3 && x <= 2 && y >= -2 && y <= 1, fits = end && corner;
                 const int stored = pixel ? expected.get(x, y) : 0;
+                EXPECT_EQ(printed([&] { EXPECT_EQ(pixel_in_range(x, y, to), corner); }),
+                          message(corner, x, y));
                 EXPECT_EQ(printed([&] { EXPECT_EQ(get_pixel(x, y, to), stored); }),
-                          pixel ? "" : outside(x, y));
-                EXPECT_EQ(printed([&] { set_pixel(x, y, 0xA6, to); }), pixel ? "" : outside(x, y));
+                          message(pixel, x, y));
+                EXPECT_EQ(printed([&] { set_pixel(x, y, 0xA6, to); }), message(pixel, x, y));
                 EXPECT_EQ(printed([&] { translate_pixel(x, y, from, to); }),
-                          fits  ? ""
-                          : end ? outside(x, y)
-                                : outside(x + 3, y + 2));
+                          end ? message(corner, x, y) : message(false, x + 3, y + 2));
                 if (pixel)
                     expected.set(x, y, 0xA6);
                 for (int i = 0; fits && i < 6; ++i)
@@ -139,12 +135,5 @@ TEST(pixel, refusals)
     }
     EXPECT_EQ(printed([&] { EXPECT_EQ(pixel_in_range(0, 0, nullptr), 0); }), "");
     EXPECT_EQ(printed([&] { translate_pixel(0, 0, nullptr, &good); }), "");
-}
-
-TEST(pixel, grays_stay_as_they_are)
-{
-    for (int gray = 0; gray < 256; ++gray)
-        for (int bpp : {1, 2, 4, 8})
-            EXPECT_EQ(translate_gray(uint8_t(bpp), uint8_t(gray)), gray);
 }
 } // namespace

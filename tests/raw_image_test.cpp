@@ -24,13 +24,6 @@ struct raw_image {
     std::string content;
 };
 
-/// The value of an option, 0 if it is not there.
-int64_t value_of(char option, const std::string &args)
-{
-    const size_t at = args.find(std::string(" -") + option);
-    return at == std::string::npos ? 0 : stoll(args.substr(at + 3));
-}
-
 /// Row by row if the header fits the screen, else as a dump. Rows begin at whole bytes.
 void paint(canvas &c, const raw_image &image, int64_t x, int64_t y)
 {
@@ -67,21 +60,28 @@ void overlay(canvas &c, const geometry &now, const raw_image &image, int64_t x, 
     c.update(x, y, image.width, image.height, 2, true);
 }
 
-class bitmap : public on_screens {};
-TEST_P(bitmap, is_painted)
+/// -b, or -o, which draws at the place of the options and then at that of the operands.
+class raw_file : public on_screens {};
+TEST_P(raw_file, is_painted)
 {
-    const auto &[args, g] = GetParam();
-    const raw_image image(split(args.text)[1], g);
-    const int64_t x = value_of('x', args.text), y = value_of('y', args.text);
+    const std::string name = split(args.text)[1];
+    int x = 0, y = 0;
+    sscanf(args.text.c_str(), "%*s %*s -x%d -y%d", &x, &y);
+    const raw_image image(name, g);
     const auto draw = [&](canvas &c) {
-        paint(c, image, x, y);
-        c.finish(x, y, g.width, g.height);
+        if (args.text.starts_with("-o")) {
+            overlay(c, g, image, x, y);
+            overlay(c, g, image, 0, 0);
+        } else {
+            paint(c, image, x, y);
+            c.finish(x, y, g.width, g.height);
+        }
     };
     check({.args = args,
            .draws = draw,
            .settings = "regions any\n",
            .screen = g,
-           .given = {{split(args.text)[1], image.content}}});
+           .given = {{name, image.content}}});
 }
 
 // clang-format off
@@ -89,8 +89,9 @@ const shell_words bitmaps[] = {
     "-b 2x2 -x10 -y20", "-b 4x1 -x1", "-b 5x3", "-b 5x3 -x3 -y1", "-b 7x3 -x6",
     // Over the edges, past them, far past them.
     "-b 5x3 -x-2 -y-1", "-b 9x3 -x-3", "-b 40x600 -x-16 -y-599", "-b 40x600 -x735 -y1000",
-    "-b 758x1024 -x-8 -y-8", "-b 5x3 -x768", "-b 5x3 -x-5", "-b 5x3 -y-3", "-b 5x3 -y1024",
-    "-b 40x600 -x2147483647 -y2147483647", "-b 40x600 -y-2147483648", "-b 40x600 -x-2147483648",
+    "-b 758x1024 -x-8 -y-8", "-b 5x3 -x768", "-b 5x3 -x-5", "-b 5x3 -x0 -y-3", "-b 5x3 -x0 -y1024",
+    "-b 40x600 -x2147483647 -y2147483647", "-b 40x600 -x0 -y-2147483648",
+    "-b 40x600 -x-2147483648",
     // Nothing, less than was announced.
     "-b 5x0,15", "-b 0x3,15", "-b 5x3,0", "-b 40x600,1003", "-b 40x600,13 -x-32 -y-2",
     "-b 758x1024,500000", "-b 758x1024",
@@ -98,99 +99,95 @@ const shell_words bitmaps[] = {
     "-b 5x3@3 -x1 -y1", "-b 759x3,15 -x1 -y1", "-b 5x1025,900000 -x1 -y1", "-b 2147483648x2,15",
     "-b 4294967295x1@4294967295,2000000 -x5 -y5",
 };
-// clang-format on
-INSTANTIATE_TEST_SUITE_P(raw, bitmap, with_screens(bitmaps), name_on_screen);
-
-/// Drawn at the place of the options, then at that of the operands.
-class overlaid : public on_screens {};
-TEST_P(overlaid, is_painted_twice)
-{
-    const auto &[args, g] = GetParam();
-    const raw_image image(split(args.text)[1], g);
-    const auto draw = [&](canvas &c) {
-        overlay(c, g, image, value_of('x', args.text), value_of('y', args.text));
-        overlay(c, g, image, 0, 0);
-    };
-    check({.args = args,
-           .draws = draw,
-           .settings = "regions any\n",
-           .screen = g,
-           .given = {{split(args.text)[1], image.content}}});
-}
-
-// clang-format off
 const shell_words overlays[] = {
     // Inside, over the edges of the memory, far past them.
     "-o 4x3@4", "-o 4x3@4,99 -x10 -y20", "-o 5x3@4,99 -x-5 -y1", "-o 9x9@1,99", "-o 5x9@4,99 -x1",
-    "-o 40x300@4 -y-300", "-o 758x512@4 -y900", "-o 758x1024@8 -y600",
+    "-o 40x300@4 -x0 -y-300", "-o 758x512@4 -x0 -y900", "-o 758x1024@8 -x0 -y600",
     "-o 5x3@4 -x2147483647 -y2147483647", "-o 5x3@4 -x-2147483648 -y-2147483648",
     // Nothing, less than was announced, too much.
     "-o 0x3@4,9", "-o 10x9@4,0", "-o 5x9@4,17", "-o 1x1@4294967295,9", "-o 759x1@4,900",
     "-o 1x1025@4,900",
 };
 // clang-format on
-INSTANTIATE_TEST_SUITE_P(raw, overlaid, with_screens(overlays), name_on_screen);
+INSTANTIATE_TEST_SUITE_P(bitmaps, raw_file, with_screens(bitmaps), name_on_screen);
+INSTANTIATE_TEST_SUITE_P(overlays, raw_file, with_screens(overlays), name_on_screen);
 
-/// On a screen that is 40 x 30 at the second look, with the file "in".
+/// On a screen that is 40 x 30 at the second look: the file "in", overlaid at each of the places
+/// after what the tool says.
 const geometry before = {50, 50, 52, 50, 8}, later = {40, 30, 40, 30, 8};
 const raw_image plain("4x3@4", before);
-
-run_case changed(const shell_words &args, const std::vector<painter> &steps,
-                 const std::string &content = plain.content)
+run_case overlaid(const shell_words &args, const std::vector<std::pair<int, int>> &places,
+                  const std::string &says = "")
 {
+    const auto draw = [=](canvas &c) {
+        c.out = says;
+        for (const auto &[x, y] : places)
+            overlay(c, later, plain, x, y);
+    };
     return {.args = args,
-            .draws = in_order(steps),
+            .draws = draw,
             .settings = "second-size 40x30\n",
             .screen = before,
-            .given = {{"in", content}}};
+            .given = {{"in", plain.content}}};
 }
-painter at(int x, int y)
+
+/// -o says twice that it cannot do something with a file, -b once.
+run_case cannot(const shell_words &args, const std::string &what, const std::string &content,
+                int status = 0)
 {
-    return [=](canvas &c) { overlay(c, later, plain, x, y); };
+    const auto draw = [=](canvas &c) {
+        if (args.text.starts_with("-o")) {
+            c.out = "tavo: overlay_bitmap> cannot " + what + "\n";
+            c.out += c.out;
+        } else {
+            c.out = "tavo: paint_bitmap> cannot " + what + "\n";
+            c.finish();
+        }
+    };
+    return {.args = args, .draws = draw, .status = status, .given = {{"in", content}}};
 }
-painter says(const std::string &message, int status = 0)
+
+/// At 0, 0, once for the options and once for the operand.
+painter twice(const std::string &name)
 {
     return [=](canvas &c) {
-        c.out += "tavo: " + message + "\n";
-        c.status = status;
+        overlay(c, c.shape, raw_image(name, c.shape), 0, 0);
+        overlay(c, c.shape, raw_image(name, c.shape), 0, 0);
     };
 }
-painter requests(const std::string &line)
-{
-    return [=](canvas &c) { c.request(line); };
-}
-painter cannot_overlay(const std::string &reason, int status = 0)
-{
-    return in_order({says("overlay_bitmap> cannot " + reason, status),
-                     says("overlay_bitmap> cannot " + reason, status)});
-}
-const painter shown = [](canvas &c) { c.finish(); };
-const painter piped = [](canvas &c) { paint(c, raw_image("40x600", c.shape), -16, -590); };
+const painter held = [](canvas &c) { c.request("get-hold 1; set-hold 0"); };
+const painter piped = [](canvas &c) {
+    paint(c, raw_image("30x40", c.shape), -16, -20);
+    c.finish(-16, -20, c.shape.width, c.shape.height);
+};
+const geometry odd = {41, 200, 41, 200, 8};
 
 // clang-format off
+const std::string no_memory = "allocate overlay buffer memory";
 const run_case messages[] = {
-    changed("-m in -f -wdu", {at(0, 0), at(0, 0)}),
-    changed("-o -x3 in none", {at(3, 0), at(0, 0)}),
-    changed("-o none 1 in", {says("overlay_bitmap> cannot open \"none\""), at(0, 1)}),
-    changed("-o 5 2 in", {says("overlay_bitmap> cannot open \"5\""), at(5, 2)}),
-    changed("-o -sw=0 in", {at(0, 0), [](canvas &c) { c.update(0, 0, 40, 30, 2); }}),
-    changed("-n -o in", {requests("get-hold 1; set-hold 0"), at(0, 0), at(0, 0),
-                         requests("release-hold 0")}),
-    changed("-o none", {cannot_overlay("open \"none\"", 1)}),
-    changed("-o .", {cannot_overlay("read image header")}),
-    changed("-o in", {cannot_overlay("read image header")}, "11 bytes..."),
-    changed("-o /dev/zero", {cannot_overlay("allocate overlay buffer memory")}),
-    changed("-o in", {cannot_overlay("allocate overlay buffer memory")},
-            raw_image("65536x65536@8,9", before).content),
-    changed("-o in", {cannot_overlay("allocate overlay buffer memory")},
-            raw_image("3x3@4294967295", before).content),
-    changed("-b none", {says("paint_bitmap> cannot open \"none\"", 1), shown}),
-    changed("-b in", {says("paint_bitmap> cannot read image header"), shown}, "11 bytes..."),
-    changed("-b /proc/self/mem", {says("paint_bitmap> cannot read image header"), shown}),
-    {.args = "-b pipe -x-16 -y-590", .draws = piped,
-     .requests = "get-vscreeninfo; update -16,-590 40x600 wave=2 partial",
-     .out = update_line("PARTIAL", 2), .settings = "regions any\n", .screen = {40, 600, 40, 600, 8},
-     .pipe = {raw_image("40x600", {40, 600, 40, 600, 8}).content}},
+    overlaid("-m in -f -wdu", {{0, 0}, {0, 0}}),
+    overlaid("-o -x3 in none", {{3, 0}, {0, 0}}),
+    overlaid("-o none 1 in", {{0, 1}}, "tavo: overlay_bitmap> cannot open \"none\"\n"),
+    overlaid("-o 5 2 in", {{5, 2}}, "tavo: overlay_bitmap> cannot open \"5\"\n"),
+    cannot("-o none", "open \"none\"", "", 1),
+    cannot("-o .", "read image header", ""),
+    cannot("-o in", "read image header", "11 bytes..."),
+    cannot("-o /dev/zero", no_memory, ""),
+    cannot("-o in", no_memory, raw_image("65536x65536@8,9", before).content),
+    cannot("-o in", no_memory, raw_image("3x3@4294967295", before).content),
+    cannot("-b none", "open \"none\"", "", 1),
+    cannot("-b in", "read image header", "11 bytes..."),
+    cannot("-b /proc/self/mem", "read image header", ""),
+    {.args = "-o -sw=0 in", .draws = [](canvas &c) { overlay(c, c.shape, plain, 0, 0); },
+     .requests = "update 0,0 50x50 wave=2 partial", .out = update_line("PARTIAL", 2),
+     .screen = before, .given = {{"in", plain.content}}},
+    // As wide as the screen, where rows do not begin at whole bytes of 4-bit pixels.
+    {.args = "-o in", .draws = twice("41x20@4"), .screen = odd,
+     .given = {{"in", raw_image("41x20@4", odd).content}}},
+    {.args = "-n -o in", .draws = in_order({held, twice("4x3@4")}), .requests = "release-hold 0", .screen = before,
+     .given = {{"in", plain.content}}},
+    {.args = "-b pipe -x-16 -y-20", .draws = piped, .settings = "regions any\n", .screen = before,
+     .pipe = {raw_image("30x40", before).content}},
 };
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(messages, tool, testing::ValuesIn(messages), name_of_case);

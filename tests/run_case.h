@@ -111,7 +111,11 @@ void PrintTo(const run_case &c, std::ostream *out);
 std::string name_of_case(const testing::TestParamInfo<run_case> &row);
 
 /// A suite whose test works out, from the arguments, what happens on a screen.
-class on_screens : public testing::TestWithParam<std::tuple<shell_words, geometry>> {};
+class on_screens : public testing::TestWithParam<std::tuple<shell_words, geometry>> {
+protected:
+    const shell_words &args = std::get<0>(GetParam());
+    const geometry &g = std::get<1>(GetParam());
+};
 void PrintTo(const shell_words &words, std::ostream *out);
 void PrintTo(const geometry &g, std::ostream *out);
 /// Each row on each of the screens.

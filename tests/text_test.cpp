@@ -5,13 +5,12 @@ namespace {
 class printed_text : public on_screens {};
 TEST_P(printed_text, is_drawn)
 {
-    const auto &[args, g] = GetParam();
     const strings words = split(args.text), operands(words.end() - 3, words.end());
     const auto draw = [&](canvas &c) {
         const bool known =
             c.text(stoi(operands[0]), stoi(operands[1]), operands[2], words[0] == "-h");
         c.status = known ? 0 : 1;
-        c.update(0, 0, g.columns(), g.height, 257);
+        c.update(257);
     };
     check({.args = args, .draws = draw, .screen = g});
 }
@@ -28,16 +27,15 @@ INSTANTIATE_TEST_SUITE_P(texts, printed_text, with_screens(texts), name_on_scree
 class scroll : public on_screens {};
 TEST_P(scroll, moves_bands)
 {
-    const auto &[args, g] = GetParam();
     const bool full = args.text.starts_with("-f"), inverted = args.text.starts_with("-v");
-    int numbers[3] = {}, *number = numbers;
+    int64_t numbers[3] = {}, *number = numbers;
     for (const std::string &word : split(args.text))
         if (isdigit(word.back()))
-            *number++ = stoi(word);
+            *number++ = stoll(word);
     const auto [start, count, width] = numbers;
     const auto draw = [&, start = start, count = count, width = width](canvas &c) {
         const int64_t line = int64_t(g.line()), bytes = width != 0 ? width : line;
-        const bool fits = 20 * (int64_t{start} + count) <= g.height && bytes >= 0 && bytes <= line;
+        const bool fits = 20 * (start + count) <= g.height && bytes >= 0 && bytes <= line;
         for (int64_t i = 0; fits && start >= 2 && i < 20 * count; ++i) {
             const size_t from = size_t(line * (20 * start + i)), size = size_t(bytes);
             c.memory.replace(from - size_t(20 * line), size, c.memory, from, size);
@@ -46,7 +44,7 @@ TEST_P(scroll, moves_bands)
         if (start >= 2 && !fits)
             c.out = formatted("tavo: scroll_lines> cannot scroll %d bands from band %d, "
                               "%d bytes wide\n",
-                              count, start, width);
+                              int(count), int(start), int(width));
         c.update(0, 0, g.columns(), g.height, 2, full, inverted);
     };
     check({.args = args, .draws = draw, .screen = g});

@@ -35,14 +35,6 @@ strings writes_of(const std::string &events)
     return writes;
 }
 
-void start_screen(canvas &c)
-{
-    const int bottom = c.shape.height - 120;
-    white(c);
-    rectangle(0, bottom, 120, 120, 0x0C)(c);
-    rectangle(c.shape.columns() - 120, bottom, 120, 120, 0x0C)(c);
-}
-
 /// Bresenham's walk without its first point; what lies off the screen is left out.
 void line(canvas &c, int x, int y, int x_end, int y_end)
 {
@@ -61,30 +53,32 @@ void line(canvas &c, int x, int y, int x_end, int y_end)
 
 void restart(canvas &c)
 {
-    start_screen(c);
-    c.update(0, 0, c.shape.columns(), c.shape.height, 257);
-    c.update(0, 0, c.shape.columns(), c.shape.height, 1);
+    const int bottom = c.shape.height - 120;
+    white(c);
+    rectangle(0, bottom, 120, 120, 0x0C)(c);
+    rectangle(c.shape.columns() - 120, bottom, 120, 120, 0x0C)(c);
+    c.update(257);
+    c.update(1);
 }
 
 /// The four numbers of a segment, "released", "update", "start screen", "exit" or "fault NAME:N".
 void happen(canvas &c, const std::string &what, std::string &trace)
 {
-    int at[4];
-    if (sscanf(what.c_str(), "%d %d %d %d", at, at + 1, at + 2, at + 3) == 4) {
+    if (int at[4]; sscanf(what.c_str(), "%d %d %d %d", at, at + 1, at + 2, at + 3) == 4) {
         line(c, at[0], at[1], at[2], at[3]);
         trace += what + "\n";
-    } else if (what == "released") {
-        trace += "Touch released\n";
-        c.update(0, 0, c.shape.columns(), c.shape.height, 1);
-    } else if (what == "update") {
-        c.update(0, 0, c.shape.columns(), c.shape.height, 1);
-    } else if (what == "start screen") {
+    }
+    if (what == "start screen")
         restart(c);
-    } else if (what.starts_with("fault")) {
+    if (what == "released")
+        trace += "Touch released\n";
+    if (what == "released" || what == "update")
+        c.update(1);
+    if (what.starts_with("fault"))
         c.request(what);
-    } else if (what == "exit") {
+    if (what == "exit") {
         white(c);
-        c.update(0, 0, c.shape.columns(), c.shape.height, 257);
+        c.update(257);
     }
 }
 
@@ -113,7 +107,6 @@ painter fails(const std::string &reason, const std::string &fault = "")
 class traces : public on_screens {};
 TEST_P(traces, are_drawn)
 {
-    const auto &[args, g] = GetParam();
     const size_t arrow = args.text.find("=>");
     check({.args = {"-j pipe", args.file, args.line},
            .draws = [&](canvas &c) { run(c, args.text.substr(arrow + 2), "Success", c.err); },
@@ -171,6 +164,10 @@ INSTANTIATE_TEST_SUITE_P(last_pixel, traces, with_screens(last_pixel, {{8193, 4,
                          name_on_screen);
 
 const painter no_device = [](canvas &c) { c.finish(); };
+const painter unheard = [](canvas &c) {
+    run(c, "20 5 10 5", "Success", c.err); // whatever the last write's error was
+    c.out = "";
+};
 const painter at_once = [](canvas &c) { run(c, "2 -200 1 -200, released, exit", "", c.out); };
 // clang-format off
 const run_case devices[] = {
@@ -185,6 +182,8 @@ const run_case devices[] = {
     {.args = "-j " + std::string(70, 'e'), .draws = fails("Success"),
      .given = {{std::string(63, 'e'), "fifteen bytes.."}}},
     {.args = "-j ' in x'", .draws = fails("Success"), .given = {{"in", ""}}},
+    {.args = "-j in", .draws = unheard,
+     .given = {{"in", writes_of("slot 0 x 10 y 5 x 20 y 5")[0]}}, .streams = "3<>../gone 1>../gone 3>&-"},
     // A trace is there before the update that follows it, and all of them before the next read.
     {.args = "-j pipe", .draws = at_once, .screen = {5, 3, 8, 3, 8},
      .pipe = writes_of("slot 0 x 1 y -200 x 2 y -200 id -1 | slot 0 x 1 y 1"),
