@@ -12,6 +12,7 @@ import tempfile
 import unittest
 
 from selenium import webdriver
+from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.by import By
 from selenium.webdriver.support.ui import WebDriverWait
@@ -158,7 +159,8 @@ def start_browser(profile):
                  'disable-background-networking', 'disable-component-update', 'disable-sync',
                  'window-size=900,1000', 'user-data-dir=' + profile):
         options.add_argument('--' + word)
-    return webdriver.Chrome(options=options)
+    # Later versions of Selenium do not look for it themselves.
+    return webdriver.Chrome(options=options, service=Service('/usr/bin/chromedriver'))
 
 
 if __name__ == '__main__':
