@@ -156,8 +156,9 @@ void virtual_panel::write(const std::string &name, const std::string &content) c
 static std::string command_of(const run_case &c, const std::string &folder)
 {
     const std::string emulator = TAVO_EMULATOR, preload = "LD_PRELOAD=" PANEL_LIBRARY " ";
-    std::string line = "cd " + folder + "/files && umask 0 && PATH=" PROGRAMS_FOLDER ":$PATH " +
-                       "ASAN_OPTIONS=verify_asan_link_order=0 ";
+    std::string line = "cd " + folder +
+                       "/files && umask 0 && exec env PATH=" PROGRAMS_FOLDER
+                       ":$PATH ASAN_OPTIONS=verify_asan_link_order=0 ";
     if (c.runs == program::panel)
         return line + c.environment + " tavo-panel " + c.args.text;
     line += "TAVO_PANEL_STATE=" + folder + "/state TAVO_PANEL_FAIL='" + faults_of(c.requests) +
@@ -283,7 +284,7 @@ void virtual_panel::check(const run_case &c)
     write("state/memory", canvas(c.screen).memory); // as it was before, for the next try
     ADD_FAILURE_AT(c.args.file, c.args.line)
         << wrong << "everything is in " << folder << ", and it happens again with\n"
-        << command_of(call, folder) << " " << c.streams;
+        << "(" << command_of(call, folder) << " " << c.streams << ")";
 }
 
 void check(const run_case &c)

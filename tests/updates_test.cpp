@@ -23,6 +23,7 @@ const run_case regions[] = {
     {.args = "-s w=758,h=1024 -f", .requests = "update 0,0 758x1024 wave=2 full; wait marker=42"},
     {.args = "-s w=99,h=5 -x 10 -y 20 -wdu -f",
      .requests = "update 10,20 99x5 wave=1 full; wait marker=42"},
+    {.args = "-s w=1,h=1", .requests = "update 0,0 1x1 wave=2 partial"},
     {.args = "-s h=5", .requests = "update 0,0 758x1024 wave=2 partial"},
     {.args = "-s w=5", .requests = "update 0,0 5x1024 wave=2 partial"},
     {.args = "-s w=0,h=7 hi", .requests = "update 0,0 758x7 wave=2 partial"},
