@@ -30,6 +30,11 @@ has README.md "/tavo-$version-armhf-static.tar.gz"
 has man/tavo.1 ".Os tavo $version"
 has man/tavo-panel.1 ".Os tavo $version"
 
+grep -ohE "gtest_filter='[^']+" README.md CONTRIBUTING.md | cut -d "'" -f 2 | while read -r tests; do
+    "$programs/tests/tavo-tests" --gtest_list_tests --gtest_filter="$tests" >"$work/tests"
+    grep -q '^  ' "$work/tests" || fail "no test is called $tests"
+done
+
 # The folder in which a reader runs the commands, with the files that are his own.
 mkdir -p "$work/tree/build" && cp -r README.md docs examples "$work/tree" && cd "$work/tree"
 ln -s "$programs" build/release
