@@ -1,5 +1,7 @@
-// Image files, decoded, reduced to gray and packed.
+// Image files, decoded, reduced to gray and packed; and files that are refused.
 #include "run_case.h"
+
+#include <sys/resource.h>
 
 namespace {
 /// Only whole bytes are stored; what lies left of x in the first one stays.
@@ -35,66 +37,94 @@ TEST_P(picture, is_painted_and_unpacked)
     canvas unpacked(g);
     white(unpacked);
     paint(unpacked, decoded, 0, 0);
-    const std::string screen = unpacked.memory.substr(0, g.screen());
     check({.args = {"-t " + name + " new", args.file, args.line},
-           .files = {{"new", screen, 0644}},
+           .files = {{"new", unpacked.memory.substr(0, g.screen()), 0644}},
            .screen = g,
            .given = {in}});
 }
 
 // clang-format off
-const shell_words formats[] = {
-    "gray.png -x3 -y2", "gray-alpha.png -x3 -y2", "rgb.png -x3 -y2", "rgba-interlaced.png -x3 -y2",
-    "rgb-16-bits.png -x3 -y2", "palette.png -x3 -y2", "gray.jpg -x3 -y2", "colour-420.jpg -x3 -y2",
-    "colour-422.jpg -x3 -y2", "colour-444.jpg -x3 -y2", "progressive.jpg -x3 -y2",
-    "rgb.bmp -x3 -y2", "rgb.hdr -x3 -y2", "rgba-rle.psd -x3 -y2", "rgba-rle.tga -x3 -y2",
-    "still.gif -x3 -y2", "gray.pgm -x3 -y2", "rgb.ppm -x3 -y2",
+const shell_words formats[] = { // a small picture may have any number of scans
+    "gray.png", "gray-alpha.png", "rgb.png", "rgb-16-bits.png", "palette.png", "gray.jpg",
+    "colour-420.jpg", "colour-422.jpg", "colour-444.jpg", "progressive.jpg", "many-scans.jpg",
+    "rgb.bmp", "rgb.hdr", "rgba-rle.psd", "rgba-rle.tga", "still.gif", "gray.pgm", "rgb.ppm",
 };
 const std::vector<geometry> narrow = {
     {37, 30, 40, 30, 1}, {37, 30, 40, 30, 2}, {37, 30, 40, 30, 4}, {37, 30, 40, 30, 8}};
 const shell_words places[] = {
     "rgba-interlaced.png", "rgba-interlaced.png -x1", "rgba-interlaced.png -x500 -y8",
     "rgba-interlaced.png -x757 -y1000", "gray.png -x750 -y1010", "gray.png -x0 -y-1",
-    "gray.png -x-1", "rgb.png -x2147483647 -y9", "rgb.png -x9 -y2147483647",
+    "gray.png -x-1", "rgb.png -x3 -y2", "rgb.png -x2147483647 -y9", "rgb.png -x9 -y2147483647",
+};
+
+const run_case outputs[] = {
+    // The output file is not truncated, and keeps its mode.
+    {.args = "-t in out third",
+     .files = {{"out", "\x1E\xFF\xFF\xFF\x5F\xFF\xFF\xFF\xFF\xFF\xFF\xFFxyz", 0600}},
+     .screen = {4, 3, 8, 3, 4},
+     .given = {{"in", "P5 2 2 255\n\x12\xEF\x56\xFF"}, {"out", "123456789012xyz", 0600}}},
+    {.args = "-t none ../state",
+     .out = "tavo: decompress_image_to_file> Cannot open output file ../state\n", .status = 1},
+    {.args = "-t none new",
+     .out = "tavo: decompress_image_to_file> cannot open \"none\":can't fopen\n", .status = 1,
+     .files = {{"new", ""}}},
 };
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(formats, picture, with_screens(formats, narrow), name_on_screen);
 INSTANTIATE_TEST_SUITE_P(places, picture, with_screens(places), name_on_screen);
+INSTANTIATE_TEST_SUITE_P(outputs, tool, testing::ValuesIn(outputs), name_of_case);
 
-/// A picture larger than every screen; each of its rows is another one.
-int large_level(int x, int y)
+/// A file in tests/refused, or another one: the reason is given, and the screen stays.
+run_case refused(const shell_words &name, const std::string &reason)
 {
-    return (y * 903 + x * 7) & 0xFF;
+    run_case c = {.args = {"-g " + name.text, name.file, name.line},
+                  .requests = "get-vscreeninfo; update 0,0 WxH wave=2 partial",
+                  .out = "tavo: paint_image> cannot open \"" + name.text + "\":" + reason + "\n",
+                  .status = 1,
+                  .screen = {40, 30, 48, 30, 4}};
+    if (const std::string content = content_of("refused/" + name.text); !content.empty())
+        c.given = {{name.text, content}};
+    return c;
 }
-const std::string large = [] {
-    std::string file = "P5 900 1100 255\n";
-    for (int i = 0; i < 900 * 1100; ++i)
-        file += char(large_level(i % 900, i / 900));
-    return file;
-}();
-const painter all_large = levels([](const geometry &, int x, int y) { return large_level(x, y); });
-
-const painter many_scans =
-    in_order({rectangle(0, 0, 8, 8, 128), [](canvas &c) { c.finish(0, 0, 8, 8); }});
 
 // clang-format off
-const geometry tiny = {4, 3, 8, 3, 4};
-const run_case outputs[] = {
-    // A small picture may have any number of scans.
-    {.args = "-g many-scans.jpg", .draws = many_scans,
-     .given = {{"many-scans.jpg", content_of("pictures/many-scans.jpg")}}},
-    {.args = "-g large", .draws = in_order({all_large, [](canvas &c) { c.finish(); }}),
-     .given = {{"large", large}}},
-    {.args = "-g pipe", .draws = [](canvas &c) { c.memory[0] = '\x1E'; c.finish(0, 0, 2, 1); },
-     .screen = tiny, .pipe = {"P5 2 1 255\n", "\x12\xEF"}},
-    // The output file is not truncated, and keeps its mode.
-    {.args = "-t in out", .files = {{"out", "\x1E\xFF\xFF\xFF\x5F\xFF\xFF\xFF\xFF\xFF\xFF\xFFxyz", 0600}},
-     .screen = tiny, .given = {{"in", "P5 2 2 255\n\x12\xEF\x56\xFF"}, {"out", "123456789012xyz", 0600}}},
-    {.args = "-t in out third", .files = {{"out", std::string(12, '\xFF')}}, .screen = tiny,
-     .given = {{"in", "P5 1 1 255\nx"}}},
-    {.args = "-t none ../state", .out = "tavo: decompress_image_to_file> Cannot open output file ../state\n",
-     .status = 1},
+const run_case refusals[] = {
+    refused("text", "unknown image type"), refused("/proc/self/mem", "unknown image type"),
+    // Too much memory or time.
+    refused("memory.jpg", "outofmem"), refused("memory.png", "outofmem"),
+    refused("memory.gif", "outofmem"), refused("wide.pgm", "too large"),
+    refused("wide-frame.gif", "too large"), refused("first-scans.jpg", "too many scans"),
+#if defined NDEBUG && !defined __arm__ // elsewhere it takes too long
+    refused("refining-scans.jpg", "too many scans"),
+#endif
+    // Reasons that the decoder does not give, or that hold any bytes of the file.
+    refused("bad-block.png", "corrupt"),
+    refused("unprintable-chunk.png", "?[2? PNG chunk not known"),
+    // Files that end early or contradict themselves.
+    refused("no-data.png", "no IDAT"), refused("value-of-15-bits.jpg", "bad huffman code"),
+    refused("code-of-all-ones.jpg", "bad huffman code"),
+    refused("table-overflows.jpg", "bad DHT header"), refused("table-ends.jpg", "bad DHT header"),
+    refused("ends.tga", "file too short"), refused("ends.bmp", "file too short"),
+    refused("ends.psd", "file too short"), refused("runs-end.psd", "corrupt"),
+    refused("ends.pic", "bad file"), refused("channel-twice.pic", "bad format"),
+    refused("ends.hdr", "corrupt"), refused("run-of-0.hdr", "corrupt"),
+    refused("run-ends.hdr", "corrupt"),
 };
 // clang-format on
-INSTANTIATE_TEST_SUITE_P(outputs, tool, testing::ValuesIn(outputs), name_of_case);
+
+class refused_picture : public tool {};
+TEST_P(refused_picture, costs_little)
+{
+    rusage before{}, after{};
+    getrusage(RUSAGE_CHILDREN, &before);
+    check(GetParam());
+    getrusage(RUSAGE_CHILDREN, &after);
+#ifdef NDEBUG // the release build
+    if (std::string(TAVO_EMULATOR).empty()) {
+        EXPECT_LT(after.ru_utime.tv_sec - before.ru_utime.tv_sec, 3);
+        EXPECT_LT(after.ru_maxrss, 560'000'000 / 1024); // of any call so far
+    }
+#endif
+}
+INSTANTIATE_TEST_SUITE_P(refusals, refused_picture, testing::ValuesIn(refusals), name_of_case);
 } // namespace

@@ -1,0 +1,103 @@
+// What the platform can do to a call: files that are read and written only in part, memory that is
+// short, streams that take nothing, sizes that contradict themselves.
+#include "run_case.h"
+
+namespace {
+const geometry screen = {64, 60, 64, 60, 8};
+
+/// A screen's bytes, which are no header; a raw image of 8 x 2 pixels; a picture of 64 x 2.
+const std::string dump(3840, '\x5A');
+const std::string raw = std::string("\x08\0\0\0\x02\0\0\0\x08\0\0\0", 12) + "abcdefghijklmnop";
+const std::string pgm = "P5 64 2 255\n" + std::string(128, '\x40');
+const std::string decoded = std::string(128, '\x40') + std::string(3840 - 128, '\xFF');
+
+painter bytes(size_t offset, const std::string &stored)
+{
+    return [=](canvas &c) { c.memory.replace(offset, stored.size(), stored); };
+}
+/// The overlay area begins 128 / 4 rows down.
+const painter overlaid = in_order({bytes(32 * 64, "abcd"), bytes(32 * 64 + 32, "efgh")});
+
+/// A call on that screen that finds the files.
+run_case with_files(run_case c)
+{
+    c.screen = screen;
+    c.given = {{"dump", dump}, {"raw", raw}, {"pgm", pgm}};
+    return c;
+}
+
+// clang-format off
+const run_case files[] = {
+    // A header and pixels in two parts each, with a signal between.
+    with_files({.args = "-b dump", .draws = bytes(0, dump), .requests =
+                "fault short-read:1; fault eintr-read:2; fault short-read:3; "
+                "get-vscreeninfo; update 0,0 WxH wave=2 partial"}),
+    // A row in two parts, and one that cannot be read.
+    with_files({.args = "-b raw", .draws = bytes(0, "abcdefgh"), .requests =
+                "fault short-read:2; fault read:4; get-vscreeninfo; "
+                "update 0,0 WxH wave=2 partial"}),
+    with_files({.args = "-o raw", .draws = overlaid, .requests = "get-vscreeninfo; "
+                "fault short-read:2; update 0,0 8x2 wave=2 full; "
+                "get-vscreeninfo; update 0,0 8x2 wave=2 full"}),
+    with_files({.args = "-o raw", .draws = overlaid, .requests = "fault get-vscreeninfo:2; "
+                "get-vscreeninfo -> -1; get-vscreeninfo; update 0,0 8x2 wave=2 full",
+                .out = "tavo: overlay_bitmap> cannot read screen info\n"}),
+    with_files({.args = "-g pgm", .draws = bytes(0, pgm.substr(12)),
+                .requests = "fault short-read:1; get-vscreeninfo; update 0,0 64x2 wave=2 partial"}),
+    with_files({.args = "-t pgm out", .requests = "fault calloc:1",
+                .out = "tavo: decompress_image_to_file> Cannot alloc buffer for decompression\n",
+                .status = 1}),
+    with_files({.args = "-t pgm out", .requests = "fault calloc:2; fault calloc:3",
+                .out = "tavo: decompress_image_to_file> cannot open \"pgm\":outofmem\n",
+                .status = 1, .files = {{"out", ""}}}),
+    with_files({.args = "-t pgm out", .requests = "fault short-write:1; fault short-write:2",
+                .files = {{"out", decoded}}}),
+    with_files({.args = "-t pgm out", .requests = "fault short-write:1; fault eintr-write:2",
+                .out = "tavo: decompress_image_to_file> Error writing to file\n",
+                .status = 1, .files = {{"out", decoded.substr(0, 1920)}}}),
+    with_files({.args = "-i -kfb", .requests = "get-fscreeninfo; get-vscreeninfo; "
+                "get-waveform-type; get-material-type; get-temperature; fault short-write:1; "
+                "fault write:2", .out = anything,
+                .files = {{"fb", canvas(screen).memory.substr(0, 1920), 0666}}}),
+    {.args = "-k wb", .requests = "get-work-buffer; fault short-write:1; fault write:2",
+     .out = "write 2 byte @ADDRESS to wb\n", .files = {{"wb", "\r\r", 0666}},
+     .screen = {1, 2, 1, 2, 8}},
+};
+
+const std::string refused_once = "fault update:1; update 0,0 WxH wave=2 full -> -1; "
+                                 "sleep 500000; update 0,0 WxH wave=2 full; wait marker=42";
+const run_case streams[] = {
+    {.args = "-n 99 99 hi", .requests = "get-hold 1; set-hold 0; release-hold 0",
+     .streams = "3<>../gone 1>../gone 2>&1 3>&-", .name = "message without readers"},
+    {.args = "-s '' -f", .requests = refused_once, .streams = "1>/dev/full 2>&1",
+     .name = "retry on a full disk"},
+    // The announcement comes before the update.
+    {.args = "-s '' -f", .requests = refused_once, .out = update_line("FULL", 2) + "retrying.. -1",
+     .streams = "2>&1"},
+};
+
+/// What the panel keeps of the first 119 pixels of a line that goes on over all of its bytes.
+const std::string working_buffer = [] {
+    std::string words;
+    for (const char byte : canvas({1, 119, 1, 119, 8}).memory)
+        words.append(2, byte);
+    return words;
+}();
+// The 32-bit product of the virtual width and the depth wraps: lines of one byte and of 758 bytes.
+// `screen` is what is left.
+const run_case geometries[] = {
+    {.args = "-p", .draws = xor_pattern,
+     .requests = "get-vscreeninfo; update 0,0 65535x119 wave=2 partial",
+     .out = update_line("PARTIAL", 2), .settings = "size 65535x119\nvirtual 2147483649x119\n",
+     .screen = {1, 119, 1, 119, 8}},
+    {.args = "-k wb -s w=-1", .requests = "get-work-buffer",
+     .out = "write 238 byte @ADDRESS to wb\n", .files = {{"wb", working_buffer, 0666}},
+     .settings = "size 65535x119\nvirtual 2147483649x119\n", .screen = {1, 119, 1, 119, 8}},
+    {.args = "3 5 hello", .draws = text(3, 5, "hello"),
+     .requests = "update 0,0 758x1024 wave=257 partial", .settings = "virtual 536871670x1024\n"},
+};
+// clang-format on
+INSTANTIATE_TEST_SUITE_P(files, tool, testing::ValuesIn(files), name_of_case);
+INSTANTIATE_TEST_SUITE_P(streams, tool, testing::ValuesIn(streams), name_of_case);
+INSTANTIATE_TEST_SUITE_P(geometries, tool, testing::ValuesIn(geometries), name_of_case);
+} // namespace
