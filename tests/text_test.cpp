@@ -32,8 +32,8 @@ TEST_P(scroll, moves_bands)
     for (const std::string &word : split(args.text))
         if (isdigit(word.back()))
             *number++ = stoll(word);
-    const auto [start, count, width] = numbers;
-    const auto draw = [&, start = start, count = count, width = width](canvas &c) {
+    const int64_t start = numbers[0], count = numbers[1], width = numbers[2];
+    const auto draw = [&](canvas &c) {
         const int64_t line = int64_t(g.line()), bytes = width != 0 ? width : line;
         const bool fits = 20 * (start + count) <= g.height && bytes >= 0 && bytes <= line;
         for (int64_t i = 0; fits && start >= 2 && i < 20 * count; ++i) {
