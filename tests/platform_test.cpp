@@ -5,18 +5,16 @@
 namespace {
 const geometry screen = {64, 60, 64, 60, 8};
 
-/// A screen's bytes, which are no header; a raw image of 8 x 2 pixels; a picture of 64 x 2.
+/// A screen's bytes, which are no header; a raw image of 8 x 2 pixels; a picture of 64 x 40.
 const std::string dump(3840, '\x5A');
 const std::string raw = std::string("\x08\0\0\0\x02\0\0\0\x08\0\0\0", 12) + "abcdefghijklmnop";
-const std::string pgm = "P5 64 2 255\n" + std::string(128, '\x40');
-const std::string decoded = std::string(128, '\x40') + std::string(3840 - 128, '\xFF');
+const std::string pgm = "P5 64 40 255\n" + std::string(2560, '\x40');
+const std::string decoded = std::string(2560, '\x40') + std::string(3840 - 2560, '\xFF');
 
 painter bytes(size_t offset, const std::string &stored)
 {
     return [=](canvas &c) { c.memory.replace(offset, stored.size(), stored); };
 }
-/// The overlay area begins 128 / 4 rows down.
-const painter overlaid = in_order({bytes(32 * 64, "abcd"), bytes(32 * 64 + 32, "efgh")});
 
 /// A call on that screen that finds the files.
 run_case with_files(run_case c)
@@ -36,14 +34,14 @@ const run_case files[] = {
     with_files({.args = "-b raw", .draws = bytes(0, "abcdefgh"), .requests =
                 "fault short-read:2; fault read:4; get-vscreeninfo; "
                 "update 0,0 WxH wave=2 partial"}),
-    with_files({.args = "-o raw", .draws = overlaid, .requests = "get-vscreeninfo; "
-                "fault short-read:2; update 0,0 8x2 wave=2 full; "
-                "get-vscreeninfo; update 0,0 8x2 wave=2 full"}),
-    with_files({.args = "-o raw", .draws = overlaid, .requests = "fault get-vscreeninfo:2; "
-                "get-vscreeninfo -> -1; get-vscreeninfo; update 0,0 8x2 wave=2 full",
-                .out = "tavo: overlay_bitmap> cannot read screen info\n"}),
-    with_files({.args = "-g pgm", .draws = bytes(0, pgm.substr(12)),
-                .requests = "fault short-read:1; get-vscreeninfo; update 0,0 64x2 wave=2 partial"}),
+    // Once for the option, not for the operand: the overlay area begins 128 / 4 rows down.
+    with_files({.args = "-o raw",
+                .draws = in_order({bytes(32 * 64, "abcd"), bytes(32 * 64 + 32, "efgh")}),
+                .requests = "get-vscreeninfo; update 0,0 8x2 wave=2 full; "
+                "fault get-vscreeninfo:3; get-vscreeninfo -> -1", .out = update_line("FULL", 2) +
+                "tavo: overlay_bitmap> cannot read screen info\n"}),
+    with_files({.args = "-g pgm", .draws = bytes(0, decoded.substr(0, 2560)),
+                .requests = "fault short-read:1; get-vscreeninfo; update 0,0 64x40 wave=2 partial"}),
     with_files({.args = "-t pgm out", .requests = "fault calloc:1",
                 .out = "tavo: decompress_image_to_file> Cannot alloc buffer for decompression\n",
                 .status = 1}),
