@@ -91,10 +91,10 @@ const run_case runs[] = {
      "retrying.. -1retrying.. -1retrying.. -1retrying.. -1retrying.. -1"
      "tavo-panel: updates 18, full 9, refused 6, panel time 8110 ms\n"}),
     // libc works while the device is not open (it is no directory); one byte is not shortened.
-    on_panel("--fail short-read perl -e 'sysopen F, \"/dev/fb0\", 0200000; open G, \"<\", \"victim\"; "
-             "print sysread(G, $_, 5); open F, \"<\", \"/dev/fb0\"; print sysread(F, $_, 1), "
-             "sysread(F, $_, 9)'", {.requests = "open -> -1; open; fault short-read:1",
-     .out = "514", .given = {victim}}),
+    on_panel("--fail short-read perl -e 'sysopen F, \"/dev/fb0\", 0200000; "
+             "open G, \"<\", \"victim\"; print sysread(G, $_, 5); "
+             "open F, \"<\", \"/dev/fb0\"; print sysread(F, $_, 1), sysread(F, $_, 9)'",
+     {.requests = "open -> -1; open; fault short-read:1", .out = "514", .given = {victim}}),
     // The caller's libraries and options stay; the state's path is absolute.
     on_panel("--fail wait sh -c 'cd /; echo $LD_PRELOAD $ASAN_OPTIONS $TAVO_PANEL_FAIL; "
              "test -p $TAVO_PANEL_STATE/touch'", {.out = PANEL_LIBRARY ":libm.so.6 "
@@ -175,8 +175,8 @@ const run_case runs[] = {
     on_panel("sh -c 'yes 1 2 | head -n 2000 >many; tavo-panel --state s --touch many "
              "sh -c \"head -c 96016 s/touch | wc -c\"; rm -r many s'",
      {.out = "96016\n", .err = never_opened + never_opened}),
-    on_panel("sh -c 'echo 1 2 >one; tavo-panel --state s --touch one tavo -n 2>&1 | cut -d / -f 1; "
-             "rm -r one s'",
+    on_panel("sh -c 'echo 1 2 >one; tavo-panel --state s --touch one tavo -n 2>&1 | "
+             "cut -d / -f 1; rm -r one s'",
      {.out = "tavo-panel: nobody read all strokes from \n", .err = never_opened}),
     // The picture is written while the command runs, and a frame for each update, with numbers that
     // go on.

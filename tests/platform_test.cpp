@@ -40,8 +40,8 @@ const run_case files[] = {
                 .requests = "get-vscreeninfo; update 0,0 8x2 wave=2 full; "
                 "fault get-vscreeninfo:3; get-vscreeninfo -> -1", .out = update_line("FULL", 2) +
                 "tavo: overlay_bitmap> cannot read screen info\n"}),
-    with_files({.args = "-g pgm", .draws = bytes(0, decoded.substr(0, 2560)),
-                .requests = "fault short-read:1; get-vscreeninfo; update 0,0 64x40 wave=2 partial"}),
+    with_files({.args = "-g pgm", .draws = bytes(0, decoded.substr(0, 2560)), .requests =
+                "fault short-read:1; get-vscreeninfo; update 0,0 64x40 wave=2 partial"}),
     with_files({.args = "-t pgm out", .requests = "fault calloc:1",
                 .out = "tavo: decompress_image_to_file> Cannot alloc buffer for decompression\n",
                 .status = 1}),
