@@ -16,8 +16,8 @@ struct glass_step {
 const glass_step steps[] = {
     {"-s w=9,h=7 -w gc16", 0, 0, 9, 7, 16, false, false}, // the rest stays white
     {"-s '' -w gc16", 0, 0, 61, 43, 16, false, false},
-    {"-x 3 -y 5 -d l=90,w=20,h=11 -w du", 3, 5, 20, 11, 2, false, false},
-    {"-x 30 -y 2 -d l=70,w=20,h=11 -w a2", 30, 2, 20, 11, 2, false, false},
+    {"-x 3 -y 5 -d l=80,w=20,h=11 -w du", 3, 5, 20, 11, 2, false, false},
+    {"-x 30 -y 2 -d l=7f,w=20,h=11 -w a2", 30, 2, 20, 11, 2, false, false},
     {"-s '' -w du", 0, 0, 61, 43, 2, false, false}, // nothing has changed
     {"-x 2 -y 1 -s w=31,h=9 -w a2 -f", 2, 1, 31, 9, 2, true, false},
     {"-v -s '' -w gl16", 0, 0, 61, 43, 16, false, true}, // everything has

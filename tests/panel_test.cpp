@@ -85,76 +85,84 @@ const run_case runs[] = {
      "fault update:1; update 0,0 WxH wave=2 full -> -1; sleep 500000; fault update:2; "
      "update 0,0 WxH wave=2 full -> -1; sleep 500000; update 0,0 WxH wave=2 full; "
      "fault wait:1; wait marker=42 -> -1", .err = "retrying.. -1retrying.. -1"}),
-    on_panel("--summary sh -c 'for wave in du a2 gc16 gl16 reagl reagld gck16 glkw16 none; do "
-             "tavo -w $wave -s \"\"; tavo -w $wave -s \"\" -f; done; tavo -x -1 -s \"\"'",
-     {.requests = anything, .out = anything, .err =
+    on_panel(R"(--summary sh -c '
+        for wave in du a2 gc16 gl16 reagl reagld gck16 glkw16 none; do
+            tavo -w $wave -s ""; tavo -w $wave -s "" -f
+        done
+        tavo -x -1 -s ""')", {.requests = anything, .out = anything, .err =
      "retrying.. -1retrying.. -1retrying.. -1retrying.. -1retrying.. -1"
      "tavo-panel: updates 18, full 9, refused 6, panel time 8110 ms\n"}),
     // libc works while the device is not open (it is no directory); one byte is not shortened.
-    on_panel("--fail short-read perl -e 'sysopen F, \"/dev/fb0\", 0200000; "
-             "open G, \"<\", \"victim\"; print sysread(G, $_, 5); "
-             "open F, \"<\", \"/dev/fb0\"; print sysread(F, $_, 1), sysread(F, $_, 9)'",
-     {.requests = "open -> -1; open; fault short-read:1", .out = "514", .given = {victim}}),
+    on_panel(R"(--fail short-read:2- perl -e '
+        sysopen F, "/dev/fb0", 0200000; open G, "<", "victim"; print sysread(G, $_, 5);
+        open F, "<", "/dev/fb0"; print sysread(F, my $to, $_) for 1, 9, 9, 9')", {.requests =
+     "open -> -1; open; fault short-read:2; fault short-read:3", .out = "51944",
+     .given = {victim}}),
     // The caller's libraries and options stay; the state's path is absolute.
-    on_panel("--fail wait sh -c 'cd /; echo $LD_PRELOAD $ASAN_OPTIONS $TAVO_PANEL_FAIL; "
-             "test -p $TAVO_PANEL_STATE/touch'", {.out = PANEL_LIBRARY ":libm.so.6 "
-     "verify_asan_link_order=0:verify_asan_link_order=0 wait\n", .err = never_opened,
-     .environment = "LD_PRELOAD=libm.so.6 TAVO_PANEL_FAIL=map"}),
+    on_panel(R"(--fail wait sh -c '
+        cd /; echo $LD_PRELOAD $ASAN_OPTIONS $TAVO_PANEL_FAIL; test -p $TAVO_PANEL_STATE/touch')",
+     {.out = PANEL_LIBRARY ":libm.so.6 verify_asan_link_order=0:verify_asan_link_order=0 wait\n",
+     .err = never_opened, .environment = "LD_PRELOAD=libm.so.6 TAVO_PANEL_FAIL=map"}),
     // A kill is passed on, and what the command left running is ended with it.
     alone("sh -c 'kill -TERM $PPID; sleep 30'", {.status = 143}),
     alone("sh -c 'kill -HUP $PPID; sleep 30'", {.status = 129}),
     // What goes on drawing is waited for; what the log has from earlier runs does not count.
-    on_panel("sh -c 'tavo -s \"\" -f; tavo-panel --state ../state --summary "
-             "sh -c \"(sleep 0.2; exec tavo -l) & exit 3\"'",
+    on_panel(R"(sh -c 'tavo -s "" -f
+        tavo-panel --state ../state --summary sh -c "(sleep 0.2; exec tavo -l) & exit 3"')",
      {.draws = bands, .requests = anything, .out = update_line("FULL", 2) + gc16, .err =
      "tavo-panel: updates 1, full 0, refused 0, panel time 450 ms\n", .status = 3}),
     // Settings stay, and a virtual size goes with its visible one.
-    on_panel("sh -c 'tavo-panel --state s --size 9x8 --virtual 10x11 --bpp 4 true; "
-             "tavo-panel --state s --mm 1x2 --size 7x6 true; tavo-panel --state s --bpp 2 true; "
-             "cat s/panel; stat -c \"%a %n\" s s/*; rm -r s'",
+    on_panel(R"(sh -c 'tavo-panel --state s --size 9x8 --virtual 10x11 --bpp 4 true
+        tavo-panel --state s --mm 1x2 --size 7x6 true; tavo-panel --state s --bpp 2 true
+        cat s/panel; stat -c "%a %n" s s/*; rm -r s')",
      {.out = "id epd-virtual\nregions screen\nsize 7x6\nvirtual 7x6\nmm 1x2\nbpp 2\ntype 0\n"
      "visual 3\nwaveform-type 8\nmaterial-type 1\ntemperature 25\nnumbered 0\n"
      "700 s\n600 s/panel\n600 s/touch\n",
      .err = never_opened + never_opened + never_opened + never_opened}),
     // No link out of the folder is followed.
-    on_panel("sh -c 'for file in memory glass wanted hold log panel; do "
-             "for link in \"ln -s ../victim\" \"ln victim\"; do "
-             "tavo-panel --state s tavo -n -s \"\" >s.out 2>&1; rm s/$file; $link s/$file; "
-             "tavo-panel --state s tavo -n -s \"\" >s.out 2>&1; rm -r s; done; done; rm s.out'",
-     {.err = never_opened, .given = {victim}}),
+    on_panel(R"(sh -c '
+        for file in memory glass wanted hold log panel; do
+            for link in "ln -s ../victim" "ln victim"; do
+                tavo-panel --state s tavo -n -s "" >s.out 2>&1; rm s/$file; $link s/$file
+                tavo-panel --state s tavo -n -s "" >s.out 2>&1; rm -r s s.out
+            done
+        done')", {.err = never_opened, .given = {victim}}),
     // A folder that nobody prepared: what its settings leave out; and others may write to it.
-    on_panel("sh -c 'mkdir -m 700 s; echo size 7x6 >s/panel; export TAVO_PANEL_STATE=s; "
-             "fbset | grep -o geo.*; chmod 702 s; tavo -l; rm -r s'",
+    on_panel(R"(sh -c 'mkdir -m 700 s; echo size 7x6 >s/panel; export TAVO_PANEL_STATE=s
+        fbset | grep -o geo.*; chmod 702 s; tavo -l; rm -r s')",
      {.out = "geometry 7 6 7 6 8\n"
      "tavo: open_device> cannot open framebuffer device \"/dev/fb0\"\n", .err = never_opened}),
     // A path with blanks, into which the library cannot be preloaded directly.
-    on_panel("sh -c 'mkdir \"a b\"; ln $(dirname $(command -v tavo))/*tavo-panel* \"a b\"; "
-             "\"a b/tavo-panel\" --state s sh -c \"tavo -l; echo \\$LD_PRELOAD\" | cut -c 1-15; "
-             "rm -r \"a b\" s'", {.out = gc16.substr(0, 15) + "\n/tmp/tavo-panel\n",
+    on_panel(R"(sh -c 'mkdir "a b"; ln $(dirname $(command -v tavo))/*tavo-panel* "a b"
+        "a b/tavo-panel" --state s sh -c "tavo -l; echo \$LD_PRELOAD" | cut -c 1-15
+        rm -r "a b" s')", {.out = gc16.substr(0, 15) + "\n/tmp/tavo-panel\n",
      .err = never_opened}),
     // Four at once: no update and no setting is lost.
-    on_panel("--summary sh -c 'for w in 1 2 3 4; do (for i in 1 2 3 4 5 6 7 8 9; do tavo-panel "
-             "--state ../state --mm ${i}x$w tavo -s \"\"; done) & done; wait'",
-     {.requests = anything, .out = anything,
+    on_panel(R"(--summary sh -c '
+        for w in 1 2 3 4; do
+            (for i in 1 2 3 4 5 6 7 8 9; do
+                tavo-panel --state ../state --mm ${i}x$w tavo -s ""
+            done) &
+        done; wait')", {.requests = anything, .out = anything,
      .err = "tavo-panel: updates 36, full 0, refused 0, panel time 16200 ms\n"}),
     // Other programs see the same panel: a picture of it can be put back.
-    on_panel("sh -c 'fbset -i | grep -Eo \"geometry.*|epd.*|Len.*\"; fbcat >screen; "
-             "tavo -n -d l=255,w=32,h=20; tavo -g screen; rm screen'",
+    on_panel(R"(sh -c 'fbset -i | grep -Eo "geometry.*|epd.*|Len.*"
+        fbcat >screen; tavo -n -d l=255,w=32,h=20; tavo -g screen; rm screen')",
      {.requests = anything, .out = "geometry 32 20 40 30 8\nepd-virtual\nLength  : 40\n" + gc16}),
     // The driver's errors: an unknown request, a colour past the end, then regions (top, left,
     // width, height).
-    on_panel("perl -e 'open F, \"+<\", \"/dev/fb0\"; $_ = \"x\" x 80; "
-             "sub ask { print ioctl(F, $_[0], $_[1]) ? 0 : $! + 0, q( ) } ask(0x1234, $_); "
-             "ask(0x4604, pack(q(L2 x32), 256, 0)); "
-             "ask(0x4050462e, pack(q(l4 x64), @$_)) for [0, 0, 32, 20], [19, 31, 1, 1], "
-             "[0, 0, 33, 20], [0, 0, 32, 21], [0, -1, 5, 5], [-1, 0, 5, 5], [0, 0, 0, 5], "
-             "[0, 0, 5, 0], [2147483647, 0, 1, 1], [0, 2147483647, 1, 1]'",
+    on_panel(R"(perl -e 'open F, "+<", "/dev/fb0"; $_ = "x" x 80;
+        sub ask { print ioctl(F, $_[0], $_[1]) ? 0 : $! + 0, " " }
+        ask(0x1234, $_); ask(0x4604, pack("L2 x32", 256, 0));
+        ask(0x4050462e, pack("l4 x64", @$_)) for [0, 0, 32, 20], [19, 31, 1, 1],
+            [0, 1, 32, 20], [1, 0, 32, 20], [0, -1, 5, 5], [-1, 0, 5, 5], [0, 0, 0, 5],
+            [0, 0, 5, 0], [2147483647, 0, 1, 1], [0, 2147483647, 1, 1]')",
      {.requests = anything, .out = "25 22 0 0 22 22 22 22 22 22 22 22 "}),
     // The settings are read at each open; the millimetres are 88 bytes into the report.
-    on_panel("perl -e 'open F, \"+<\", \"/dev/fb0\"; system(\"tavo-panel --state ../state --mm 7x9 "
-             "true\"); open F, \"+<\", \"/dev/fb0\"; ioctl(F, 0x4600, $_ = \"x\" x 160); "
-             "print unpack(\"x88 L2\", $_)'", {.requests = anything, .out = "97",
-     .err = never_opened}),
+    on_panel(R"(perl -e 'open F, "+<", "/dev/fb0";
+        system("tavo-panel --state ../state --mm 7x9 true"); open F, "+<", "/dev/fb0";
+        ioctl(F, 0x4600, $_ = "x" x 160); print unpack("x88 L2", $_)')",
+     {.requests = anything, .out = "97", .err = never_opened}),
     // A device is neither emptied nor made longer.
     on_panel("--trace sh -c ': >/dev/fb0; printf x >>/dev/fb0'", {.draws = [](canvas &c) {
      c.memory[0] = 'x'; }, .requests = "open; close; open",
@@ -162,28 +170,28 @@ const run_case runs[] = {
     // Lock limits are small in containers: nothing is locked.
     on_panel("sh -c 'tavo -b ../state/touch & sleep 0.2; grep VmLck /proc/$!/status; kill $!'",
      {.requests = "not closed", .out = "VmLck:\t       0 kB\n"}),
-    on_panel("sh -c 'tavo -n -s \"\"; cat ../state/hold; tavo -n; cat ../state/hold'",
+    on_panel(R"(sh -c 'tavo -n -s ""; cat ../state/hold; tavo -n; cat ../state/hold')",
      {.requests = anything, .out = gc16 + "1\n0\n"}),
     // Strokes as the records of a 32-bit kernel; more of them than the FIFO holds; and no reader.
-    on_panel("--touch strokes sh -c 'head -c 432 ../state/touch | od -An -v -w16 -td2 | "
-             "while read a b c d type code value sign; do echo $type $code $value $sign; done'",
+    on_panel(R"(--touch strokes sh -c 'head -c 432 ../state/touch | od -An -v -w16 -td2 |
+        while read a b c d type code value sign; do echo $type $code $value $sign; done')",
      {.out = "3 47 0 0\n3 57 0 0\n3 53 10 0\n3 54 20 0\n0 0 0 0\n3 47 1 0\n3 57 1 0\n"
      "3 53 -30 -1\n3 54 40 0\n0 0 0 0\n3 57 -1 -1\n0 0 0 0\n3 47 0 0\n3 53 10 0\n3 54 21 0\n"
      "0 0 0 0\n3 47 1 0\n3 57 1 0\n3 53 1 0\n3 54 2 0\n0 0 0 0\n"
      "3 47 0 0\n3 57 -1 -1\n0 0 0 0\n3 47 1 0\n3 57 -1 -1\n0 0 0 0\n", .err = never_opened,
      .given = {{"strokes", "# two fingers\n10 20\n2: -30 40\n2: up\n\n10 21\n2: 1 2\nup\n"}}}),
-    on_panel("sh -c 'yes 1 2 | head -n 2000 >many; tavo-panel --state s --touch many "
-             "sh -c \"head -c 96016 s/touch | wc -c\"; rm -r many s'",
+    on_panel(R"(sh -c 'yes 1 2 | head -n 2000 >many
+        tavo-panel --state s --touch many sh -c "head -c 96016 s/touch | wc -c"; rm -r many s')",
      {.out = "96016\n", .err = never_opened + never_opened}),
-    on_panel("sh -c 'echo 1 2 >one; tavo-panel --state s --touch one tavo -n 2>&1 | "
-             "cut -d / -f 1; rm -r one s'",
+    on_panel(R"(sh -c 'echo 1 2 >one
+        tavo-panel --state s --touch one tavo -n 2>&1 | cut -d / -f 1; rm -r one s')",
      {.out = "tavo-panel: nobody read all strokes from \n", .err = never_opened}),
-    // The picture is written while the command runs, and a frame for each update, with numbers that
-    // go on.
-    on_panel("sh -c 'play() { tavo-panel --state ../state --png p.png --frames film \"$@\"; }; "
-             "play sh -c \"tavo -l; until test -s p.png; do sleep 0.02; done; tavo -n -c; "
-             "tavo -g p.png\"; play tavo -x 1 -y 2 -s w=3,h=4 -w du -f; cd film; ls; "
-             "cmp 0001* 0002*; cmp -s 0001* 0003* && ls; cmp 0003* ../p.png; rm -r ../film ../p.png'",
+    // A frame for each update, with numbers that go on; the picture comes while the command runs.
+    on_panel(R"(sh -c 'play() { tavo-panel --state ../state --png p.png --frames film "$@"; }
+        play sh -c "tavo -l; until test -s p.png; do sleep 0.02; done; tavo -n -c; tavo -g p.png"
+        play tavo -x 1 -y 2 -s w=3,h=4 -w du -f
+        ls film; cd film; cmp 0001* 0002*; cmp -s 0002* 0003* && echo same; cmp 0003* ../p.png
+        rm -r ../film ../p.png')",
      {.draws = in_order({white, bands}), .requests = anything, .out = gc16 + gc16 +
      update_line("FULL", 1) + "0001-0,0-32x20-gc16-partial.png\n"
      "0002-0,0-32x20-gc16-partial.png\n0003-1,2-3x4-du-full.png\n"}),

@@ -24,8 +24,11 @@ run_case with_files(run_case c)
     return c;
 }
 
+const std::string refused_once = "fault update:1; update 0,0 WxH wave=2 full -> -1; "
+                                 "sleep 500000; update 0,0 WxH wave=2 full; wait marker=42";
+
 // clang-format off
-const run_case files[] = {
+const run_case cases[] = {
     // A header and pixels in two parts each, with a signal between.
     with_files({.args = "-b dump", .draws = bytes(0, dump), .requests =
                 "fault short-read:1; fault eintr-read:2; fault short-read:3; "
@@ -60,11 +63,7 @@ const run_case files[] = {
     {.args = "-k wb", .requests = "get-work-buffer; fault short-write:1; fault write:2",
      .out = "write 2 byte @ADDRESS to wb\n", .files = {{"wb", "\r\r", 0666}},
      .screen = {1, 2, 1, 2, 8}},
-};
-
-const std::string refused_once = "fault update:1; update 0,0 WxH wave=2 full -> -1; "
-                                 "sleep 500000; update 0,0 WxH wave=2 full; wait marker=42";
-const run_case streams[] = {
+    // Streams that take nothing: no request is lost.
     {.args = "-n 99 99 hi", .requests = "get-hold 1; set-hold 0; release-hold 0",
      .streams = "3<>../gone 1>../gone 2>&1 3>&-", .name = "message without readers"},
     {.args = "-s '' -f", .requests = refused_once, .streams = "1>/dev/full 2>&1",
@@ -72,30 +71,11 @@ const run_case streams[] = {
     // The announcement comes before the update.
     {.args = "-s '' -f", .requests = refused_once, .out = update_line("FULL", 2) + "retrying.. -1",
      .streams = "2>&1"},
-};
-
-/// What the panel keeps of the first 119 pixels of a line that goes on over all of its bytes.
-const std::string working_buffer = [] {
-    std::string words;
-    for (const char byte : canvas({1, 119, 1, 119, 8}).memory)
-        words.append(2, byte);
-    return words;
-}();
-// The 32-bit product of the virtual width and the depth wraps: lines of one byte and of 758 bytes.
-// `screen` is what is left.
-const run_case geometries[] = {
-    {.args = "-p", .draws = xor_pattern,
-     .requests = "get-vscreeninfo; update 0,0 65535x119 wave=2 partial",
-     .out = update_line("PARTIAL", 2), .settings = "size 65535x119\nvirtual 2147483649x119\n",
-     .screen = {1, 119, 1, 119, 8}},
-    {.args = "-k wb -s w=-1", .requests = "get-work-buffer",
-     .out = "write 238 byte @ADDRESS to wb\n", .files = {{"wb", working_buffer, 0666}},
+    // The 32-bit product of the virtual width and the depth wraps: what is left is a line of one
+    // byte, which is the screen.
+    {.args = "hello", .draws = text(0, 0, "hello"), .requests = "update 0,0 WxH wave=257 partial",
      .settings = "size 65535x119\nvirtual 2147483649x119\n", .screen = {1, 119, 1, 119, 8}},
-    {.args = "3 5 hello", .draws = text(3, 5, "hello"),
-     .requests = "update 0,0 758x1024 wave=257 partial", .settings = "virtual 536871670x1024\n"},
 };
 // clang-format on
-INSTANTIATE_TEST_SUITE_P(files, tool, testing::ValuesIn(files), name_of_case);
-INSTANTIATE_TEST_SUITE_P(streams, tool, testing::ValuesIn(streams), name_of_case);
-INSTANTIATE_TEST_SUITE_P(geometries, tool, testing::ValuesIn(geometries), name_of_case);
+INSTANTIATE_TEST_SUITE_P(platform, tool, testing::ValuesIn(cases), name_of_case);
 } // namespace
