@@ -4,7 +4,9 @@
 #include <cctype>
 #include <cstdarg>
 #include <cstdint>
+#include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #define STB_IMAGE_STATIC
 #define STBI_NO_SIMD // which the tool uses where it can
@@ -24,20 +26,23 @@ std::string formatted(const char *format, ...)
     return line;
 }
 
-const std::vector<geometry> &all_screens()
+std::string update_line(const char *mode, int wave_mode, int inverted)
 {
-    static const std::vector<geometry> screens = [] {
-        std::vector<geometry> all;
-        for (int bpp : {1, 2, 4, 8})
-            all.insert(all.end(), {{758, 1024, 758, 1024, bpp},
-                                   {758, 1024, 768, 2048, bpp},
-                                   {5, 3, 8, 3, bpp},
-                                   {40, 600, 40, 600, bpp}});
-        // The last pixel of the first one lies past its memory, which ends with a page.
-        all.insert(all.end(), {{8193, 4, 8193, 4, 1}, {5, 3, 5, 3, 1}, {60, 50, 48, 50, 8}});
-        return all;
-    }();
-    return screens;
+    return formatted("update_to_display: update_mode=%s, wave_mode=%d inverted=%d\n", mode,
+                     wave_mode, inverted);
+}
+
+std::string replaced(std::string text, const std::string &old, const std::string &by)
+{
+    for (size_t at = 0; (at = text.find(old, at)) != std::string::npos; at += by.size())
+        text.replace(at, old.size(), by);
+    return text;
+}
+
+std::string content_of(const std::string &file)
+{
+    std::ifstream in(std::filesystem::path(TESTS_FOLDER) / file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
 }
 
 canvas::canvas(const geometry &g) : shape(g), memory(g.buffer(), '\0')
@@ -70,12 +75,6 @@ bool canvas::fits(int x, int y, int width, int height)
             return false;
         }
     return true;
-}
-
-std::string content_of(const std::string &file)
-{
-    std::ifstream in(TESTS_FOLDER "/" + file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
 }
 
 test_picture::test_picture(const std::string &path)
@@ -115,16 +114,24 @@ bool canvas::text(int column, int row, const std::string &letters, bool highligh
     return true;
 }
 
-void canvas::request(const std::string &line)
+void canvas::request(const std::string &lines)
 {
-    requests += (requests.empty() ? "" : "; ") + line;
+    std::istringstream in(replaced(lines, "WxH", shape.size()));
+    for (std::string line; getline(in >> std::ws, line, ';');) {
+        // The tool waits before it repeats an update, which it has announced already.
+        const bool repeated = requests.rfind("sleep ") + 1 > requests.rfind("update ") + 1;
+        int wave_mode = 0;
+        char mode[8] = "";
+        if (sscanf(line.c_str(), "update %*s %*s wave=%d %7s", &wave_mode, mode) == 2 && !repeated)
+            out += update_line(*mode == 'f' ? "FULL" : "PARTIAL", wave_mode,
+                               line.find(" flags=1 ") != std::string::npos);
+        requests += (requests.empty() ? "" : "; ") + line;
+    }
 }
 
 void canvas::update(int64_t x, int64_t y, int64_t update_width, int64_t update_height,
                     int wave_mode, bool full, bool inverted)
 {
-    out += formatted("update_to_display: update_mode=%s, wave_mode=%d inverted=%d\n",
-                     full ? "FULL" : "PARTIAL", wave_mode, inverted);
     request(formatted("update %d,%d %dx%d wave=%d %s%s", int(x), int(y), int(update_width),
                       int(update_height), wave_mode, full ? "full" : "partial",
                       inverted ? " marker=42 temperature=4096 flags=1 tail=1,2" : ""));

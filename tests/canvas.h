@@ -18,11 +18,20 @@ struct geometry {
 };
 constexpr geometry paper = {758, 1024, 758, 1024, 8};
 
-/// At 1, 2, 4 and 8 bits an ordinary, a padded, a tiny and a tall screen. Then screens whose lines
-/// end within a byte, one whose lines have no whole byte, one that claims more than it has.
-const std::vector<geometry> &all_screens();
+/// At 1, 2, 4 and 8 bits an ordinary, a padded, a tiny and a tall screen. Then one whose last pixel
+/// lies past its memory, which ends with a page, one whose lines have no whole byte, and one that
+/// claims more than it has.
+// clang-format off
+inline const std::vector<geometry> all_screens = {
+    {758, 1024, 758, 1024, 1}, {758, 1024, 768, 2048, 1}, {5, 3, 8, 3, 1}, {40, 600, 40, 600, 1},
+    {758, 1024, 758, 1024, 2}, {758, 1024, 768, 2048, 2}, {5, 3, 8, 3, 2}, {40, 600, 40, 600, 2},
+    {758, 1024, 758, 1024, 4}, {758, 1024, 768, 2048, 4}, {5, 3, 8, 3, 4}, {40, 600, 40, 600, 4},
+    {758, 1024, 758, 1024, 8}, {758, 1024, 768, 2048, 8}, {5, 3, 8, 3, 8}, {40, 600, 40, 600, 8},
+    {8193, 4, 8193, 4, 1}, {5, 3, 5, 3, 1}, {60, 50, 48, 50, 8},
+};
+// clang-format on
 
-/// The bytes of a file in this folder, none if it cannot be read.
+/// The bytes of a file in the folder of the tests or with a whole path, none if it cannot be read.
 std::string content_of(const std::string &file);
 
 /// A picture file, as the plain decoder has it.
@@ -52,7 +61,8 @@ struct canvas {
     /// The end of an action: a look at the screen, and an update cut at its right and lower edge.
     void finish(int64_t x, int64_t y, int64_t update_width, int64_t update_height);
     void finish() { finish(0, 0, shape.width, shape.height); }
-    void request(const std::string &line);
+    /// Requests with "; " between them, in which WxH is the screen's size.
+    void request(const std::string &lines);
     /// Empty when the memory is this one; else the first pixel that differs.
     std::string difference(const std::string &found) const;
     void write_png(const std::string &path) const;
@@ -74,6 +84,12 @@ void xor_pattern(canvas &); ///< of the screen's own depth
 painter in_order(const std::vector<painter> &steps);
 /// Every visible pixel gets its level (0..255); one with a negative level stays.
 painter levels(const std::function<int(const geometry &g, int x, int y)> &level_of);
+
+/// The line that announces an update.
+std::string update_line(const char *mode, int wave_mode, int inverted = 0);
+
+/// A text with each `old` replaced.
+std::string replaced(std::string text, const std::string &old, const std::string &by);
 
 /// As printf writes it.
 [[gnu::format(printf, 1, 2)]] std::string formatted(const char *format, ...);

@@ -2,7 +2,7 @@
 #include "run_case.h"
 
 namespace {
-const std::string usage = file_content(TESTS_FOLDER "/usage.txt");
+const std::string usage = content_of("usage.txt");
 const std::string no_file = "Error: no file specified\n";
 const std::string not_found = "tavo: overlay_bitmap> cannot open \"\"\n";
 const std::string buffer_written = "write 5120 byte @ADDRESS to wb\n";
@@ -181,7 +181,7 @@ TEST_P(dumps_on_screens, are_whole)
            .screen = g});
 }
 
-INSTANTIATE_TEST_SUITE_P(dumps, dumps_on_screens, testing::ValuesIn(all_screens()),
+INSTANTIATE_TEST_SUITE_P(dumps, dumps_on_screens, testing::ValuesIn(all_screens),
                          [](const auto &screen) { return test_name(screen.param); });
 INSTANTIATE_TEST_SUITE_P(operands, tool, testing::ValuesIn(operands), name_of_case);
 INSTANTIATE_TEST_SUITE_P(options, tool, testing::ValuesIn(options), name_of_case);

@@ -3,7 +3,7 @@
 
 namespace {
 /// Of a panel that gives every field a number of its own.
-const std::string whole = file_content(TESTS_FOLDER "/report.txt");
+const std::string whole = content_of("report.txt");
 const size_t variable_at = whole.find("\nVariable"), panel_at = whole.find("waveform type"),
              colors_at = whole.find("\nColor map");
 const std::string fixed = whole.substr(0, variable_at), until_colors = whole.substr(0, colors_at),
@@ -108,7 +108,7 @@ const run_case reports[] = {
               "map 424 offset=0 shared locked -> -1; " + queries,
               .out = until_colors + "tavo: main> cannot map framebuffer to write fb\n"}),
     {.args = "-i x", .requests = queries + "; get-cmap start=0 len=256",
-     .out = file_content(TESTS_FOLDER "/default_report.txt")},
+     .out = content_of("default_report.txt")},
 };
 // clang-format on
 

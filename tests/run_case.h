@@ -61,9 +61,6 @@ struct run_case {
 };
 extern const std::string anything;
 
-/// The line that announces an update.
-std::string update_line(const char *mode, int wave_mode, int inverted = 0);
-
 struct run_result {
     int status;
     std::string out, err; ///< addresses as @ADDRESS
@@ -83,6 +80,7 @@ public:
     void write(const std::string &name, const std::string &content) const;
 
 private:
+    std::string wrong_files(const run_case &c) const;
     std::string folder;
 };
 void check(const run_case &c);
@@ -93,11 +91,6 @@ void check(const run_case &c);
 std::string requests_of(std::string log, const geometry &g);
 
 strings split(const std::string &words); ///< as a shell does; only 'a b' is quoted
-
-std::string file_content(const std::string &path); ///< "" if it is missing
-
-/// A text with each `old` replaced.
-std::string replaced(std::string text, const std::string &old, const std::string &by);
 
 /// Letters and digits of a text, with low lines between them.
 std::string test_name(const std::string &text);
@@ -120,7 +113,7 @@ void PrintTo(const shell_words &words, std::ostream *out);
 void PrintTo(const geometry &g, std::ostream *out);
 /// Each row on each of the screens.
 template <class rows>
-auto with_screens(const rows &all, const std::vector<geometry> &screens = all_screens())
+auto with_screens(const rows &all, const std::vector<geometry> &screens = all_screens)
 {
     return testing::Combine(testing::ValuesIn(all), testing::ValuesIn(screens));
 }
