@@ -50,7 +50,6 @@ bool draw_barcode(canvas &c, int &pen, int column, int row, int top, const std::
 
 void draw_barcodes(canvas &c, const std::string &letters)
 {
-    white(c);
     int pen = 30, top = 100;
     if (letters.size() <= 22) { // twice
         if (!draw_barcode(c, pen, 6, 10, top, letters))
@@ -67,43 +66,41 @@ void draw_barcodes(canvas &c, const std::string &letters)
     }
 }
 
-class barcode : public on_screens {};
-TEST_P(barcode, is_drawn)
+run_case barcodes(const shell_words &letters)
 {
-    const auto draw = [&](canvas &c) {
-        draw_barcodes(c, split(args.text)[1]);
+    const auto draw = [=](canvas &c) {
+        white(c);
+        draw_barcodes(c, letters.text);
         if (c.status == 0)
             c.finish();
         else
             c.request("not closed");
     };
-    check({.args = args, .draws = draw, .screen = g});
+    return {.args = {"-r '" + letters.text + "'", letters.file, letters.line}, .draws = draw};
 }
 
-const shell_words texts[] = {
-    "-r ''",
-    "-r CODE39",
-    "-r abc",
-    "-r AB*C",
-    "-r \xe9",
-    "-r '! $'",
-    "-r T",
-    "-r '   $%+-./0123456789ABCDE'",
-    "-r ' $%+-./0123456789AB'",
-    "-r FGHIJKLMNOPQRSTUVWXYZ",
-    "-r 'THE QUICK BROWN FOX 12'",
-    "-r 'THE QUICK BROWN FOX 123'",
-    "-r abcdefghijklmnopqrstuvwxyz",
-    "-r ZZZZZZZZZZZZZZZZZZZZZZ!",
-    "-r " + std::string(44, '-'),
-    "-r " + std::string(10000, 'A'),
+const run_case texts[] = {
+    barcodes(""),
+    barcodes("abc"),
+    barcodes("AB*C"),
+    barcodes("\xe9"),
+    barcodes("! $"),
+    barcodes("T"),
+    barcodes("   $%+-./0123456789ABCDE"),
+    barcodes(" $%+-./0123456789AB"),
+    barcodes("FGHIJKLMNOPQRSTUVWXYZ"),
+    barcodes("THE QUICK BROWN FOX 12"),
+    barcodes("THE QUICK BROWN FOX 123"),
+    barcodes("ZZZZZZZZZZZZZZZZZZZZZZ!"),
+    barcodes(std::string(44, '-')),
+    barcodes(std::string(10000, 'A')),
 };
-INSTANTIATE_TEST_SUITE_P(texts, barcode, with_screens(texts), name_on_screen);
-
 /// Just too small and just large enough, for 22 characters and for bars and text.
 const std::vector<geometry> close_screens = {
     {557, 444, 560, 444, 8}, {558, 444, 560, 444, 8}, {558, 450, 560, 450, 4},
     {600, 271, 600, 271, 2}, {600, 272, 600, 272, 1},
 };
-INSTANTIATE_TEST_SUITE_P(close, barcode, with_screens(texts, close_screens), name_on_screen);
+INSTANTIATE_TEST_SUITE_P(barcodes, tool, testing::ValuesIn(on_screens(texts)), name_of_case);
+INSTANTIATE_TEST_SUITE_P(close_barcodes, tool, testing::ValuesIn(on_screens(texts, close_screens)),
+                         name_of_case);
 } // namespace

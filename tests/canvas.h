@@ -14,6 +14,7 @@ struct geometry {
     size_t line() const { return size_t(virtual_width * bpp) / 8; }
     size_t screen() const { return size_t(height * virtual_width * bpp) / 8; }
     size_t buffer() const { return size_t(virtual_height * virtual_width * bpp) / 8; }
+    bool operator==(const geometry &) const = default;
     std::string size() const { return std::to_string(width) + "x" + std::to_string(height); }
 };
 constexpr geometry paper = {758, 1024, 758, 1024, 8};

@@ -15,47 +15,50 @@ void paint(canvas &c, const test_picture &picture, int64_t x, int64_t y)
                 c.set(int(x + column), int(y + row), picture.gray(column, row));
 }
 
-class picture : public on_screens {};
+/// A row is a file in tests/pictures and its place.
+class picture : public tool {};
 TEST_P(picture, is_painted_and_unpacked)
 {
-    const std::string name = args.text.substr(0, args.text.find(' '));
+    run_case painted = GetParam();
+    std::string &call = painted.args.text;
+    const std::string name = call.substr(0, call.find(' '));
     int x = 0, y = 0;
-    sscanf(args.text.c_str(), "%*s -x%d -y%d", &x, &y);
+    sscanf(call.c_str(), "%*s -x%d -y%d", &x, &y);
     const test_picture decoded(TESTS_FOLDER "/pictures/" + name);
     ASSERT_FALSE(decoded.pixels.empty());
-    const test_file in = {name, content_of("pictures/" + name)};
-    const auto draw = [&](canvas &c) {
+    painted.given = {{name, content_of("pictures/" + name)}};
+
+    run_case unpacked = painted;
+    unpacked.args.text = "-t " + name + " new";
+    canvas screen(painted.screen);
+    white(screen);
+    paint(screen, decoded, 0, 0);
+    unpacked.files = {{"new", screen.memory.substr(0, screen.shape.screen()), 0644}};
+    check(unpacked);
+
+    call = "-g " + call;
+    painted.settings = "regions any\n";
+    painted.draws = [&](canvas &c) {
         paint(c, decoded, x, y);
         c.finish(x, y, decoded.width, decoded.height);
     };
-    check({.args = {"-g " + args.text, args.file, args.line},
-           .draws = draw,
-           .settings = "regions any\n",
-           .screen = g,
-           .given = {in}});
-
-    canvas unpacked(g);
-    white(unpacked);
-    paint(unpacked, decoded, 0, 0);
-    check({.args = {"-t " + name + " new", args.file, args.line},
-           .files = {{"new", unpacked.memory.substr(0, g.screen()), 0644}},
-           .screen = g,
-           .given = {in}});
+    check(painted);
 }
 
 // clang-format off
-const shell_words formats[] = { // a small picture may have any number of scans
-    "gray.png", "gray-alpha.png", "rgb.png", "rgb-16-bits.png", "palette.png", "gray.jpg",
-    "colour-420.jpg", "colour-422.jpg", "colour-444.jpg", "progressive.jpg", "many-scans.jpg",
-    "rgb.bmp", "rgb.hdr", "rgba-rle.psd", "rgba-rle.tga", "still.gif", "rgb.ppm",
+const run_case formats[] = { // a small picture may have any number of scans
+    {"gray.png"}, {"gray-alpha.png"}, {"rgb.png"}, {"rgb-16-bits.png"}, {"palette.png"},
+    {"gray.jpg"}, {"colour-420.jpg"}, {"colour-422.jpg"}, {"colour-444.jpg"}, {"progressive.jpg"},
+    {"many-scans.jpg"}, {"rgb.bmp"}, {"rgb.hdr"}, {"rgba-rle.psd"}, {"rgba-rle.tga"},
+    {"still.gif"}, {"rgb.ppm"},
 };
 const std::vector<geometry> narrow = {
     {37, 30, 40, 30, 1}, {37, 30, 40, 30, 2}, {37, 30, 40, 30, 4}, {37, 30, 40, 30, 8}};
-const shell_words places[] = {
-    "rgba-interlaced.png", "rgba-interlaced.png -x1", "rgba-interlaced.png -x500 -y8",
-    "rgba-interlaced.png -x757 -y1000", "gray.png -x750 -y1010", "gray.png -x0 -y-1",
-    "gray.png -x-1", "rgb.png -x2147483647 -y9", "rgb.png -x9 -y2147483647", "rgb.png -x3 -y2",
-    "gray.pgm", // which is longer than what is read ahead
+const run_case places[] = {
+    {"rgba-interlaced.png"}, {"rgba-interlaced.png -x1"}, {"rgba-interlaced.png -x500 -y8"},
+    {"rgba-interlaced.png -x757 -y1000"}, {"gray.png -x750 -y1010"}, {"gray.png -x0 -y-1"},
+    {"gray.png -x-1"}, {"rgb.png -x3 -y2"}, {"rgb.png -x2147483647 -y9"},
+    {"rgb.png -x9 -y2147483647"}, {"gray.pgm"}, // which is longer than what is read ahead
 };
 
 const run_case outputs[] = {
@@ -71,8 +74,9 @@ const run_case outputs[] = {
      .files = {{"new", ""}}},
 };
 // clang-format on
-INSTANTIATE_TEST_SUITE_P(formats, picture, with_screens(formats, narrow), name_on_screen);
-INSTANTIATE_TEST_SUITE_P(places, picture, with_screens(places), name_on_screen);
+INSTANTIATE_TEST_SUITE_P(formats, picture, testing::ValuesIn(on_screens(formats, narrow)),
+                         name_of_case);
+INSTANTIATE_TEST_SUITE_P(places, picture, testing::ValuesIn(on_screens(places)), name_of_case);
 INSTANTIATE_TEST_SUITE_P(outputs, tool, testing::ValuesIn(outputs), name_of_case);
 
 /// A file in tests/refused, or another one: the reason is given, and the screen stays.

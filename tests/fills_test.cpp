@@ -13,55 +13,54 @@ painter bands(int (*gray)(int column, int row))
     });
 }
 
-class fill : public on_screens {};
-TEST_P(fill, is_painted)
-{
-    const std::map<std::string, painter> fills = {
-        {"-c", white},
-        {"-q", bands([](int column, int row) { return (column + row) % 2 * 255; })},
-        {"-l", bands([](int column, int row) {
-             return ~((column + 4 * row) | (column + 4 * row) << 4);
-         })},
-        {"-p", xor_pattern},
-        {"-a7", grid(7)},
-        {"-a1", grid(2)},
-        {"-a-2147483648", grid(2)},
-        {"-a2147483647", grid(INT32_MAX)},
-    };
-    const auto draw = [&, &words = args.text](canvas &c) {
-        for (const std::string &option : split(words)) // in the order in which they are read
-            fills.at(option)(c);
-        if (!words.starts_with("-a"))
-            c.finish();
-    };
-    check({.args = args, .draws = draw, .screen = g});
-}
-const shell_words fills[] = {
-    "-c", "-q", "-l", "-p", "-c -q", "-q -c", "-a7", "-a1", "-a-2147483648", "-a2147483647"};
-INSTANTIATE_TEST_SUITE_P(fills, fill, with_screens(fills), name_on_screen);
+const painter squares = bands([](int column, int row) { return (column + row) % 2 * 255; });
+const painter levels_of_16 =
+    bands([](int column, int row) { return ~((column + 4 * row) | (column + 4 * row) << 4); });
 
-class filled_rectangle : public on_screens {};
-TEST_P(filled_rectangle, is_painted)
+/// The drawings one after the other, and the screen shown.
+painter shown(const std::vector<painter> &drawings)
 {
-    unsigned level = 0;
-    int width = 0, height = 0, x = 0, y = 0;
-    sscanf(args.text.c_str(), "-dl=%x,w=%d,h=%d -x%d -y%d", &level, &width, &height, &x, &y);
-    const auto draw = [&](canvas &c) {
-        rectangle(x, y, width, height, int(level))(c);
+    return [=](canvas &c) {
+        in_order(drawings)(c);
+        c.finish();
+    };
+}
+run_case filled(const shell_words &args, int64_t x, int64_t y, int64_t width, int64_t height,
+                int level)
+{
+    const auto draw = [=](canvas &c) {
+        rectangle(x, y, width, height, level)(c);
         c.finish(x, y, width, height);
     };
-    check({.args = args, .draws = draw, .settings = "regions any\n", .screen = g});
+    return {.args = args, .draws = draw, .settings = "regions any\n"};
 }
+
 // clang-format off
-const shell_words rectangles[] = {
-    "-dl=40,w=20,h=11 -x3 -y2", "-dl=1ff,w=20,h=20 -x-5 -y10", "-dl=c3,w=20,h=20 -x10 -y-1",
-    "-dl=AA,w=9,h=9 -x758 -y1024", "-dl=55,w=9,h=9 -x759 -y1025", "-dl=0,w=9,h=9 -x0 -y1024",
-    "-dl=80,w=9,h=9 -x40 -y600", "-dl=80,w=1,h=1 -x757 -y1023", "-dl=5a,w=9,h=9 -x758",
-    "-dl=0,w=2147483647,h=9 -x1 -y2",
-    "-dl=5c,w=2147483647,h=2147483647 -x2147483647 -y-2147483648",
+const run_case fills[] = {
+    {.args = "-c", .draws = shown({white})},
+    {.args = "-q", .draws = shown({squares})},
+    {.args = "-l", .draws = shown({levels_of_16})},
+    {.args = "-p", .draws = shown({xor_pattern})},
+    // In the order in which they are read.
+    {.args = "-c -q", .draws = shown({white, squares})},
+    {.args = "-q -c", .draws = shown({white})},
+    {.args = "-a7", .draws = grid(7)},
+    {.args = "-a1", .draws = grid(2)},
+    {.args = "-a-2147483648", .draws = grid(2)},
+    {.args = "-a2147483647", .draws = grid(INT32_MAX)},
+    filled("-dl=40,w=20,h=11 -x3 -y2", 3, 2, 20, 11, 0x40),
+    filled("-dl=1ff,w=20,h=20 -x-5 -y10", -5, 10, 20, 20, 0x1FF),
+    filled("-dl=c3,w=20,h=20 -x10 -y-1", 10, -1, 20, 20, 0xC3),
+    filled("-dl=AA,w=9,h=9 -x758 -y1024", 758, 1024, 9, 9, 0xAA),
+    filled("-dl=55,w=9,h=9 -x759 -y1025", 759, 1025, 9, 9, 0x55),
+    filled("-dl=80,w=9,h=9 -x40 -y600", 40, 600, 9, 9, 0x80),
+    filled("-dl=80,w=1,h=1 -x757 -y1023", 757, 1023, 1, 1, 0x80),
+    filled("-dl=0,w=2147483647,h=9 -x1 -y2", 1, 2, INT32_MAX, 9, 0),
+    filled("-dl=5c,w=2147483647,h=2147483647 -x2147483647 -y-2147483648",
+           INT32_MAX, INT32_MIN, INT32_MAX, INT32_MAX, 0x5C),
 };
 // clang-format on
-INSTANTIATE_TEST_SUITE_P(fills, filled_rectangle, with_screens(rectangles), name_on_screen);
+INSTANTIATE_TEST_SUITE_P(fills, tool, testing::ValuesIn(on_screens(fills)), name_of_case);
 
 TEST(fills, modes_that_no_option_gives)
 {

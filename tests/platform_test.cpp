@@ -68,13 +68,21 @@ const run_case cases[] = {
      .streams = "3<>../gone 1>../gone 2>&1 3>&-", .name = "message without readers"},
     {.args = "-s '' -f", .requests = refused_once, .streams = "1>/dev/full 2>&1",
      .name = "retry on a full disk"},
+    {.args = "-s '' -f", .requests = refused_once, .streams = "3<>../gone 2>../gone 3>&-",
+     .name = "retry without a reader"},
     // The announcement comes before the update.
     {.args = "-s '' -f", .requests = refused_once, .out = update_line("FULL", 2) + "retrying.. -1",
      .streams = "2>&1"},
-    // The 32-bit product of the virtual width and the depth wraps: what is left is a line of one
-    // byte, which is the screen.
-    {.args = "hello", .draws = text(0, 0, "hello"), .requests = "update 0,0 WxH wave=257 partial",
+    // The 32-bit product of the virtual width and the depth wraps: lines of one byte, of no byte
+    // and of 758 bytes, which is what is left of the screen.
+    {.args = "-p", .draws = xor_pattern,
+     .requests = "get-vscreeninfo; update 0,0 65535x119 wave=2 partial",
      .settings = "size 65535x119\nvirtual 2147483649x119\n", .screen = {1, 119, 1, 119, 8}},
+    {.args = "-t in.pgm out.raw", .files = {{"out.raw", std::string(150, '\xFF')}},
+     .settings = "size 64x300\nvirtual 2147483649x300\n", .screen = {1, 300, 1, 300, 4},
+     .given = {{"in.pgm", "P5 64 300 255\n" + std::string(64 * 300, '\0')}}},
+    {.args = "3 5 hello", .draws = text(3, 5, "hello"),
+     .requests = "update 0,0 WxH wave=257 partial", .settings = "virtual 536871670x1024\n"},
 };
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(platform, tool, testing::ValuesIn(cases), name_of_case);

@@ -61,134 +61,116 @@ void overlay(canvas &c, const geometry &now, const raw_image &image, int64_t x, 
 }
 
 /// -b, or -o, which draws at the place of the options and then at that of the operands.
-class raw_file : public on_screens {};
+class raw_file : public tool {};
 TEST_P(raw_file, is_painted)
 {
-    const std::string name = split(args.text)[1];
+    run_case c = GetParam();
+    const std::string name = split(c.args.text)[1];
     int x = 0, y = 0;
-    sscanf(args.text.c_str(), "%*s %*s -x%d -y%d", &x, &y);
-    const raw_image image(name, g);
-    const auto draw = [&](canvas &c) {
-        if (args.text.starts_with("-o")) {
-            overlay(c, g, image, x, y);
-            overlay(c, g, image, 0, 0);
+    sscanf(c.args.text.c_str(), "%*s %*s -x%d -y%d", &x, &y);
+    const raw_image image(name, c.screen);
+    c.given = {{name, image.content}};
+    c.settings = "regions any\n";
+    c.draws = [&](canvas &drawn) {
+        if (c.args.text.starts_with("-o")) {
+            overlay(drawn, c.screen, image, x, y);
+            overlay(drawn, c.screen, image, 0, 0);
         } else {
-            paint(c, image, x, y);
-            c.finish(x, y, g.width, g.height);
+            paint(drawn, image, x, y);
+            drawn.finish(x, y, c.screen.width, c.screen.height);
         }
     };
-    check({.args = args,
-           .draws = draw,
-           .settings = "regions any\n",
-           .screen = g,
-           .given = {{name, image.content}}});
+    check(c);
 }
 
 // clang-format off
-const shell_words bitmaps[] = {
-    "-b 2x2 -x10 -y20", "-b 4x1 -x1", "-b 5x3", "-b 5x3 -x3 -y1", "-b 7x3 -x6",
+const run_case bitmaps[] = {
+    {"-b 2x2 -x10 -y20"}, {"-b 4x1 -x1"}, {"-b 5x3"}, {"-b 5x3 -x3 -y1"}, {"-b 7x3 -x6"},
     // Over the edges, past them, far past them.
-    "-b 5x3 -x-2 -y-1", "-b 9x3 -x-3", "-b 40x600 -x-16 -y-599", "-b 40x600 -x735 -y1000",
-    "-b 758x1024 -x-8 -y-8", "-b 5x3 -x768", "-b 5x3 -x-5", "-b 5x3 -x0 -y-3", "-b 5x3 -x0 -y1024",
-    "-b 40x600 -x2147483647 -y2147483647", "-b 40x600 -x0 -y-2147483648",
-    "-b 40x600 -x-2147483648",
+    {"-b 5x3 -x-2 -y-1"}, {"-b 9x3 -x-3"}, {"-b 40x600 -x-16 -y-599"}, {"-b 40x600 -x735 -y1000"},
+    {"-b 758x1024 -x-8 -y-8"}, {"-b 5x3 -x768"}, {"-b 5x3 -x-5"}, {"-b 5x3 -x0 -y-3"},
+    {"-b 5x3 -x0 -y1024"}, {"-b 40x600 -x2147483647 -y2147483647"}, {"-b 40x600 -x0 -y-2147483648"},
+    {"-b 40x600 -x-2147483648"},
     // Nothing, less than was announced.
-    "-b 5x0,15", "-b 0x3,15", "-b 5x3,0", "-b 40x600,1003", "-b 40x600,13 -x-32 -y-2",
-    "-b 758x1024,500000", "-b 758x1024",
+    {"-b 5x0,15"}, {"-b 0x3,15"}, {"-b 5x3,0"}, {"-b 40x600,1003"}, {"-b 40x600,13 -x-32 -y-2"},
+    {"-b 758x1024,500000"}, {"-b 758x1024"},
     // Whole screens.
-    "-b 5x3@3 -x1 -y1", "-b 759x3,15 -x1 -y1", "-b 5x1025,900000 -x1 -y1", "-b 2147483648x2,15",
-    "-b 4294967295x1@4294967295,2000000 -x5 -y5",
+    {"-b 5x3@3 -x1 -y1"}, {"-b 759x3,15 -x1 -y1"}, {"-b 5x1025,900000 -x1 -y1"},
+    {"-b 2147483648x2,15"}, {"-b 4294967295x1@4294967295,2000000 -x5 -y5"},
 };
-const shell_words overlays[] = {
+const run_case overlays[] = {
     // Inside, over the edges of the memory, far past them.
-    "-o 4x3@4", "-o 4x3@4,99 -x10 -y20", "-o 5x3@4,99 -x-5 -y1", "-o 9x9@1,99", "-o 5x9@4,99 -x1",
-    "-o 40x300@4 -x0 -y-300", "-o 758x512@4 -x0 -y900", "-o 758x1024@8 -x0 -y600",
-    "-o 5x3@4 -x2147483647 -y2147483647", "-o 5x3@4 -x-2147483648 -y-2147483648",
+    {"-o 4x3@4"}, {"-o 4x3@4,99 -x10 -y20"}, {"-o 5x3@4,99 -x-5 -y1"}, {"-o 9x9@1,99"},
+    {"-o 5x9@4,99 -x1"}, {"-o 40x300@4 -x0 -y-300"}, {"-o 758x512@4 -x0 -y900"},
+    {"-o 758x1024@8 -x0 -y600"}, {"-o 5x3@4 -x2147483647 -y2147483647"},
+    {"-o 5x3@4 -x-2147483648 -y-2147483648"},
     // Nothing, less than was announced, too much.
-    "-o 0x3@4,9", "-o 10x9@4,0", "-o 5x9@4,17", "-o 1x1@4294967295,9", "-o 759x1@4,900",
-    "-o 1x1025@4,900",
+    {"-o 0x3@4,9"}, {"-o 10x9@4,0"}, {"-o 5x9@4,17"}, {"-o 1x1@4294967295,9"}, {"-o 759x1@4,900"},
+    {"-o 1x1025@4,900"},
 };
 // clang-format on
-INSTANTIATE_TEST_SUITE_P(bitmaps, raw_file, with_screens(bitmaps), name_on_screen);
-INSTANTIATE_TEST_SUITE_P(overlays, raw_file, with_screens(overlays), name_on_screen);
+INSTANTIATE_TEST_SUITE_P(bitmaps, raw_file, testing::ValuesIn(on_screens(bitmaps)), name_of_case);
+INSTANTIATE_TEST_SUITE_P(overlays, raw_file, testing::ValuesIn(on_screens(overlays)), name_of_case);
 
-/// On a screen that is 40 x 30 at the second look: the file "in", overlaid at each of the places
-/// after what the tool says.
+/// The screens at the first and at the second look.
 const geometry before = {50, 50, 52, 50, 8}, later = {40, 30, 40, 30, 8};
-const raw_image plain("4x3@4", before);
+const raw_image small("4x3@4", before);
+/// The file "in", overlaid on the second screen at each of the places after what the tool says.
 run_case overlaid(const shell_words &args, const std::vector<std::pair<int, int>> &places,
                   const std::string &says = "")
 {
     const auto draw = [=](canvas &c) {
         c.out = says;
         for (const auto &[x, y] : places)
-            overlay(c, later, plain, x, y);
+            overlay(c, later, small, x, y);
     };
     return {.args = args,
             .draws = draw,
             .settings = "second-size 40x30\n",
             .screen = before,
-            .given = {{"in", plain.content}}};
+            .given = {{"in", small.content}}};
 }
 
-/// -o says twice that it cannot do something with a file, -b once.
-run_case cannot(const shell_words &args, const std::string &what, const std::string &content,
-                int status = 0)
-{
-    const auto draw = [=](canvas &c) {
-        if (args.text.starts_with("-o")) {
-            c.out = "tavo: overlay_bitmap> cannot " + what + "\n";
-            c.out += c.out;
-        } else {
-            c.out = "tavo: paint_bitmap> cannot " + what + "\n";
-            c.finish();
-        }
-    };
-    return {.args = args, .draws = draw, .status = status, .given = {{"in", content}}};
-}
-
-/// At 0, 0, once for the options and once for the operand.
-painter twice(const std::string &name)
-{
-    return [=](canvas &c) {
-        overlay(c, c.shape, raw_image(name, c.shape), 0, 0);
-        overlay(c, c.shape, raw_image(name, c.shape), 0, 0);
-    };
-}
-const painter held = [](canvas &c) { c.request("get-hold 1; set-hold 0"); };
+/// As wide as the screen, where rows do not begin at whole bytes of 4-bit pixels.
+const geometry odd = {41, 200, 41, 200, 8};
+const raw_image wide("41x20@4", odd);
+const painter wide_twice = [](canvas &c) {
+    overlay(c, odd, wide, 0, 0);
+    overlay(c, odd, wide, 0, 0);
+};
+const raw_image streamed("30x40", before);
 const painter piped = [](canvas &c) {
-    paint(c, raw_image("30x40", c.shape), -16, -20);
+    paint(c, streamed, -16, -20);
     c.finish(-16, -20, c.shape.width, c.shape.height);
 };
-const geometry odd = {41, 200, 41, 200, 8};
 
 // clang-format off
-const std::string no_memory = "allocate overlay buffer memory";
+const std::string bitmap_header = "tavo: paint_bitmap> cannot read image header\n";
+const std::string header = "tavo: overlay_bitmap> cannot read image header\n";
+const std::string memory = "tavo: overlay_bitmap> cannot allocate overlay buffer memory\n";
 const run_case messages[] = {
     overlaid("-m in -f -wdu", {{0, 0}, {0, 0}}),
     overlaid("-o -x3 in none", {{3, 0}, {0, 0}}),
     overlaid("-o none 1 in", {{0, 1}}, "tavo: overlay_bitmap> cannot open \"none\"\n"),
     overlaid("-o 5 2 in", {{5, 2}}, "tavo: overlay_bitmap> cannot open \"5\"\n"),
-    cannot("-o none", "open \"none\"", "", 1),
-    cannot("-o .", "read image header", ""),
-    cannot("-o in", "read image header", "11 bytes..."),
-    cannot("-o /dev/zero", no_memory, ""),
-    cannot("-o in", no_memory, raw_image("65536x65536@8,9", before).content),
-    cannot("-o in", no_memory, raw_image("3x3@4294967295", before).content),
-    cannot("-b none", "open \"none\"", "", 1),
-    cannot("-b in", "read image header", "11 bytes..."),
-    cannot("-b /proc/self/mem", "read image header", ""),
-    {.args = "-o -sw=0 in", .draws = [](canvas &c) { overlay(c, c.shape, plain, 0, 0); },
-     .requests = "update 0,0 50x50 wave=2 partial", .out = update_line("PARTIAL", 2),
-     .screen = before, .given = {{"in", plain.content}}},
-    // As wide as the screen, where rows do not begin at whole bytes of 4-bit pixels.
-    {.args = "-o in", .draws = twice("41x20@4"), .screen = odd,
-     .given = {{"in", raw_image("41x20@4", odd).content}}},
-    {.args = "-n -o in", .draws = in_order({held, twice("4x3@4")}), .requests = "release-hold 0", .screen = before,
-     .given = {{"in", plain.content}}},
-    {.args = "-b pipe -x-16 -y-20", .draws = piped, .settings = "regions any\n", .screen = before,
-     .pipe = {raw_image("30x40", before).content}},
+    {.args = "-o -sw=0 in", .draws = [](canvas &c) { overlay(c, before, small, 0, 0); },
+     .requests = "update 0,0 50x50 wave=2 partial", .screen = before,
+     .given = {{"in", small.content}}},
+    {.args = "-o in", .draws = wide_twice, .screen = odd, .given = {{"in", wide.content}}},
+    {.args = "-b pipe -x-16 -y-20", .draws = piped, .settings = "regions any\n",
+     .screen = before, .pipe = {streamed.content}},
+    // Each place says what is wrong with the file.
+    {.args = "-o in", .out = header + header, .given = {{"in", "11 bytes..."}}},
+    {.args = "-o /dev/zero", .out = memory + memory},
+    {.args = "-o in", .out = memory + memory,
+     .given = {{"in", raw_image("65536x65536@8,9", before).content}}},
+    {.args = "-o in", .out = memory + memory,
+     .given = {{"in", raw_image("3x3@4294967295", before).content}}},
+    {.args = "-b in", .requests = "get-vscreeninfo; update 0,0 WxH wave=2 partial",
+     .out = bitmap_header, .given = {{"in", "11 bytes..."}}},
+    {.args = "-b /proc/self/mem", .requests = "get-vscreeninfo; update 0,0 WxH wave=2 partial",
+     .out = bitmap_header},
 };
 // clang-format on
-INSTANTIATE_TEST_SUITE_P(messages, tool, testing::ValuesIn(messages), name_of_case);
+INSTANTIATE_TEST_SUITE_P(raw_messages, tool, testing::ValuesIn(messages), name_of_case);
 } // namespace

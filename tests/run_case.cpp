@@ -255,40 +255,20 @@ std::string test_name(const std::string &text)
     return name.substr(0, name.find_last_not_of('_') + 1);
 }
 
-std::string test_name(const geometry &g)
-{
-    const bool padded = g.width != g.virtual_width;
-    return test_name(g.size() + (padded ? formatted(" of %d", g.virtual_width) : "") +
-                     formatted(" %dbpp", g.bpp));
-}
-
 std::string name_of_case(const testing::TestParamInfo<run_case> &row)
 {
     const run_case &c = row.param;
-    const std::string name = c.name.empty() ? c.args.text + " " + faults_of(c.requests) : c.name;
-    return test_name(name.substr(0, 60) + formatted(" %zu", row.index));
-}
-
-std::string name_on_screen(const testing::TestParamInfo<std::tuple<shell_words, geometry>> &row)
-{
-    const auto &[args, g] = row.param;
-    return test_name(args.text.substr(0, 60) + formatted(" %zu on ", row.index)) + "_" +
-           test_name(g);
+    const geometry &g = c.screen;
+    std::string name = c.name.empty() ? c.args.text + " " + faults_of(c.requests) : c.name;
+    name = test_name(name.substr(0, 60));
+    if (g != paper)
+        name += formatted("_on_%s_of_%d_%dbpp", g.size().c_str(), g.virtual_width, g.bpp);
+    return test_name(name + formatted("_%zu", row.index));
 }
 
 void PrintTo(const run_case &c, std::ostream *out)
 {
     *out << c.args.text;
-}
-
-void PrintTo(const shell_words &words, std::ostream *out)
-{
-    *out << words.text;
-}
-
-void PrintTo(const geometry &g, std::ostream *out)
-{
-    *out << test_name(g);
 }
 
 TEST_P(tool, does)

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <tuple>
 #include <vector>
 
 using strings = std::vector<std::string>;
@@ -94,27 +93,22 @@ strings split(const std::string &words); ///< as a shell does; only 'a b' is quo
 
 /// Letters and digits of a text, with low lines between them.
 std::string test_name(const std::string &text);
-std::string test_name(const geometry &g);
 
 /// A suite of cases.
 class tool : public testing::TestWithParam<run_case> {};
 void PrintTo(const run_case &c, std::ostream *out);
-/// Of the arguments and the faults, or the name that the row has, and the row's number, which
-/// makes it unique.
+/// Of the arguments and the faults, or the name that the row has, the screen if it is another than
+/// paper, and the row's number, which makes it unique.
 std::string name_of_case(const testing::TestParamInfo<run_case> &row);
 
-/// A suite whose test works out, from the arguments, what happens on a screen.
-class on_screens : public testing::TestWithParam<std::tuple<shell_words, geometry>> {
-protected:
-    const shell_words &args = std::get<0>(GetParam());
-    const geometry &g = std::get<1>(GetParam());
-};
-void PrintTo(const shell_words &words, std::ostream *out);
-void PrintTo(const geometry &g, std::ostream *out);
-/// Each row on each of the screens.
+/// Each case on each screen.
 template <class rows>
-auto with_screens(const rows &all, const std::vector<geometry> &screens = all_screens)
+std::vector<run_case> on_screens(const rows &cases,
+                                 const std::vector<geometry> &screens = all_screens)
 {
-    return testing::Combine(testing::ValuesIn(all), testing::ValuesIn(screens));
+    std::vector<run_case> all;
+    for (const run_case &c : cases)
+        for (const geometry &g : screens)
+            all.emplace_back(c).screen = g;
+    return all;
 }
-std::string name_on_screen(const testing::TestParamInfo<std::tuple<shell_words, geometry>> &row);

@@ -2,40 +2,46 @@
 #include "run_case.h"
 
 namespace {
-class printed_text : public on_screens {};
-TEST_P(printed_text, is_drawn)
+/// A text, shown; the character that the font does not have ends it.
+painter printed(int column, int row, const std::string &letters, bool highlight = false)
 {
-    const strings words = split(args.text), operands(words.end() - 3, words.end());
-    const auto draw = [&](canvas &c) {
-        const bool known =
-            c.text(stoi(operands[0]), stoi(operands[1]), operands[2], words[0] == "-h");
-        c.status = known ? 0 : 1;
+    return [=](canvas &c) {
+        c.status = c.text(column, row, letters, highlight) ? 0 : 1;
         c.update(257);
     };
-    check({.args = args, .draws = draw, .screen = g});
 }
-const shell_words texts[] = {"0 0 ABCDEFGHIJKLMNOPQRSTUVWXYZ", "1 2 abcdefghijklmnopqrstuvwxyz",
-                             "3 5 '0123456789 \":._-*~/,()@&+?<>=|[]'",
-                             "-h 0 40 'AZaz09 \":._-*~/,()@&+?<>=|[]'", "0 1 'a\tb\v\f\r\nc'",
-                             "45 41 abcd", "1 24 xyz", "0 42 x",
-                             // Below 0 with "--", an operand, which -vv makes up for.
-                             "-vv -- -1 0 AB", "-vv -- 2 -1 AB",
-                             // Characters that the font does not have.
-                             "2 2 'ab$cd'", "0 0 ^", "-h 0 0 \x01", "0 0 \x7f", "0 0 \xe9"};
-INSTANTIATE_TEST_SUITE_P(texts, printed_text, with_screens(texts), name_on_screen);
 
-class scroll : public on_screens {};
-TEST_P(scroll, moves_bands)
+// clang-format off
+const run_case texts[] = {
+    {.args = "0 0 ABCDEFGHIJKLMNOPQRSTUVWXYZ",
+     .draws = printed(0, 0, "ABCDEFGHIJKLMNOPQRSTUVWXYZ")},
+    {.args = "1 2 abcdefghijklmnopqrstuvwxyz",
+     .draws = printed(1, 2, "abcdefghijklmnopqrstuvwxyz")},
+    {.args = "3 5 '0123456789 \":._-*~/,()@&+?<>=|[]'",
+     .draws = printed(3, 5, "0123456789 \":._-*~/,()@&+?<>=|[]")},
+    {.args = "-h 0 40 'AZaz09 \":._-*~/,()@&+?<>=|[]'",
+     .draws = printed(0, 40, "AZaz09 \":._-*~/,()@&+?<>=|[]", true)},
+    {.args = "0 1 'a\tb\v\f\r\nc'", .draws = printed(0, 1, "a\tb\v\f\r\nc")},
+    {.args = "45 41 abcd", .draws = printed(45, 41, "abcd")},
+    {.args = "0 42 x", .draws = printed(0, 42, "x")},
+    // Below 0 with "--", an operand, which -vv makes up for.
+    {.args = "-vv -- -1 0 AB", .draws = printed(-1, 0, "AB")},
+    {.args = "-vv -- 2 -1 AB", .draws = printed(2, -1, "AB")},
+    // Characters that the font does not have.
+    {.args = "2 2 'ab$cd'", .draws = printed(2, 2, "ab$cd")},
+    {.args = "-h 0 0 \x01", .draws = printed(0, 0, "\x01", true)},
+    {.args = "0 0 \xe9", .draws = printed(0, 0, "\xe9")},
+};
+// clang-format on
+INSTANTIATE_TEST_SUITE_P(texts, tool, testing::ValuesIn(on_screens(texts)), name_of_case);
+
+/// A scroll by one band of 20 rows of so many bands and bytes; 0 bytes are a whole line.
+painter scrolled(int64_t start, int64_t count, int64_t width = 0, bool full = false,
+                 bool inverted = false)
 {
-    const bool full = args.text.starts_with("-f"), inverted = args.text.starts_with("-v");
-    int64_t numbers[3] = {}, *number = numbers;
-    for (const std::string &word : split(args.text))
-        if (isdigit(word.back()))
-            *number++ = stoll(word);
-    const int64_t start = numbers[0], count = numbers[1], width = numbers[2];
-    const auto draw = [&](canvas &c) {
-        const int64_t line = int64_t(g.line()), bytes = width != 0 ? width : line;
-        const bool fits = 20 * (start + count) <= g.height && bytes >= 0 && bytes <= line;
+    return [=](canvas &c) {
+        const int64_t line = int64_t(c.shape.line()), bytes = width != 0 ? width : line;
+        const bool fits = 20 * (start + count) <= c.shape.height && bytes >= 0 && bytes <= line;
         for (int64_t i = 0; fits && start >= 2 && i < 20 * count; ++i) {
             const size_t from = size_t(line * (20 * start + i)), size = size_t(bytes);
             c.memory.replace(from - size_t(20 * line), size, c.memory, from, size);
@@ -45,24 +51,27 @@ TEST_P(scroll, moves_bands)
             c.out = formatted("tavo: scroll_lines> cannot scroll %d bands from band %d, "
                               "%d bytes wide\n",
                               int(count), int(start), int(width));
-        c.update(0, 0, g.columns(), g.height, 2, full, inverted);
+        c.update(0, 0, c.shape.columns(), c.shape.height, 2, full, inverted);
     };
-    check({.args = args, .draws = draw, .screen = g});
 }
-const shell_words scrolls[] = {"-z 2 1",
-                               "-z 2 3 5",
-                               "-z 2 1 1",
-                               "-z 2 28",
-                               "-z 2 29",
-                               "-z 3 27 40",
-                               "-z 3 27 41",
-                               "-z 1 9999",
-                               "-z 2 0",
-                               "-z 4 1 100000",
-                               "-z 2147483647 2147483647 1",
-                               "-v -z 3 20 2",
-                               "-fz -- -5 1",
-                               "-fz -- 2 1 -1",
-                               "-fz -- 3 -2147483648"};
-INSTANTIATE_TEST_SUITE_P(texts, scroll, with_screens(scrolls), name_on_screen);
+
+// clang-format off
+const run_case scrolls[] = {
+    {.args = "-z 2 3 5", .draws = scrolled(2, 3, 5)},
+    {.args = "-z 2 1 1", .draws = scrolled(2, 1, 1)},
+    {.args = "-z 2 28", .draws = scrolled(2, 28)},
+    {.args = "-z 2 29", .draws = scrolled(2, 29)},
+    {.args = "-z 3 27 40", .draws = scrolled(3, 27, 40)},
+    {.args = "-z 3 27 41", .draws = scrolled(3, 27, 41)},
+    {.args = "-z 1 9999", .draws = scrolled(1, 9999)},
+    {.args = "-z 2 0", .draws = scrolled(2, 0)},
+    {.args = "-z 4 1 100000", .draws = scrolled(4, 1, 100000)},
+    {.args = "-z 2147483647 2147483647 1", .draws = scrolled(INT32_MAX, INT32_MAX, 1)},
+    {.args = "-v -z 3 20 2", .draws = scrolled(3, 20, 2, false, true)},
+    {.args = "-fz -- -5 1", .draws = scrolled(-5, 1, 0, true)},
+    {.args = "-fz -- 2 1 -1", .draws = scrolled(2, 1, -1, true)},
+    {.args = "-fz -- 3 -2147483648", .draws = scrolled(3, INT32_MIN, 0, true)},
+};
+// clang-format on
+INSTANTIATE_TEST_SUITE_P(scrolls, tool, testing::ValuesIn(on_screens(scrolls)), name_of_case);
 } // namespace

@@ -98,72 +98,68 @@ void run(canvas &c, const std::string &happens, const std::string &reason, std::
     c.finish();
 }
 
-painter fails(const std::string &reason, const std::string &fault = "")
+/// A run without strokes.
+painter ends(const std::string &reason, const std::string &fault = "")
 {
     return [=](canvas &c) { run(c, fault, reason, c.err); };
 }
 
-/// A row is events and, after "=>", what happens.
-class traces : public on_screens {};
-TEST_P(traces, are_drawn)
+/// Events, and what happens.
+run_case traced(const shell_words &events, const std::string &happens,
+                const geometry &screen = paper)
 {
-    const size_t arrow = args.text.find("=>");
-    check({.args = {"-j pipe", args.file, args.line},
-           .draws = [&](canvas &c) { run(c, args.text.substr(arrow + 2), "Success", c.err); },
-           .screen = g,
-           .pipe = writes_of(args.text.substr(0, arrow))});
+    return {.args = {"-j pipe", events.file, events.line},
+            .draws = [=](canvas &c) { run(c, happens, "Success", c.err); },
+            .screen = screen,
+            .pipe = writes_of(events.text),
+            .name = "j pipe " + events.text};
 }
 
 // clang-format off
-const shell_words strokes[] = {
-    "slot 0 x 10 y 20 | x 30 y 25 | pressure 9 | x 12 y 5 => 30 25 10 20, 12 5 30 25",
-    "slot 0 x 10 y 20 x 30 y 25 half | x 12 y 5 half | half => 30 25 10 20, 12 5 30 25",
-    "slot 0 x 10 y 10 y 50 x 90 x 95 y 60 => 10 50 10 10, 95 60 10 50",
-    "slot 0 x 10 y 20 key 21 pressure 7 x 30 y 25 => 30 25 10 20",
-    "slot 0 x 10 y 20 x 30 y 30 id -1 x 50 y 50 id 0 x 60 y 60 x 70 y 70 "
-    "=> 30 30 10 20, released, update, 70 70 60 60",
-    "slot 1 x 10 y 20 slot 0 x 30 y 30 id -1 slot 1 x 5 y 6 slot 0 x 8 y 9 => released",
-    "slot 0 x 10 y 20 id -2 slot 0 x 30 y 25 => 30 25 10 20",
-    "slot 0 x 10 y 20 slot -1 slot 0 x 30 y 25 => 30 25 10 20",
-    "slot 0 x 9 y 9 slot 1 x 99 y 99 slot 0 x 19 y 9 slot 1 x 99 y 109 slot 0 y 20 y 30 "
-    "=> 19 9 9 9, 99 109 99 99, 19 20 19 9, update, 19 30 19 20",
-    "slot 2 x 5 y 5 x 6 y 6 slot -4 y 7 y 8 slot 2147483647 y 9 y 9 y 9 y 9 y 9 y 9 slot 0 "
-    "id 57 x 5 y 5 slot 1 x 7 y 7 x 8 y 8 => update, update, 8 8 7 7",
-    "x 5 y 5 x 6 y 6 slot 0 y 10 x 30 y 40 x 50 y 60 => update, 50 60 30 40",
+const run_case strokes[] = {
+    traced("slot 0 x 10 y 20 key 21 | x 30 y 25 | pressure 9 | x 12 y 5",
+           "30 25 10 20, 12 5 30 25"),
+    traced("slot 0 x 10 y 20 x 30 y 25 half | x 12 y 5 half | half", "30 25 10 20, 12 5 30 25"),
+    traced("slot 0 x 10 y 10 y 50 x 90 x 95 y 60", "10 50 10 10, 95 60 10 50"),
+    traced("slot 0 x 10 y 20 x 30 y 30 id -1 x 50 y 50 id 0 x 60 y 60 x 70 y 70",
+           "30 30 10 20, released, update, 70 70 60 60"),
+    traced("slot 1 x 10 y 20 slot 0 x 30 y 30 id -1 slot 1 x 5 y 6 slot 0 x 8 y 9", "released"),
+    traced("slot 0 x 10 y 20 id -2 slot 0 x 30 y 25", "30 25 10 20"),
+    traced("slot 0 x 10 y 20 slot -1 slot 0 x 30 y 25", "30 25 10 20"),
+    traced("slot 0 x 9 y 9 slot 1 x 99 y 99 slot 0 x 19 y 9 slot 1 x 99 y 109 slot 0 y 20 y 30",
+           "19 9 9 9, 99 109 99 99, 19 20 19 9, update, 19 30 19 20"),
+    traced("slot 2 x 5 y 5 x 6 y 6 slot -4 y 7 y 8 slot 2147483647 y 9 y 9 y 9 y 9 y 9 y 9 slot 0 "
+           "id 57 x 5 y 5 slot 1 x 7 y 7 x 8 y 8", "update, update, 8 8 7 7"),
+    traced("x 5 y 5 x 6 y 6 slot 0 y 10 x 30 y 40 x 50 y 60", "update, 50 60 30 40"),
     // The corner squares.
-    "slot 0 x 119 y 904 x 120 y 905 x 638 y 905 x 639 y 904 y 300 "
-    "=> 120 905 119 904, 638 905 120 905, 639 904 638 905, 639 300 639 904, update",
-    "slot 0 x 50 y 900 x 60 y 950 x 700 y 100 | x 1 y 1 => 60 950 50 900, exit",
-    "slot 0 x 9 y 9 x 119 y 905 => 119 905 9 9, exit",
-    "slot 0 x 9 y 9 x 639 y 905 x 300 y 300 slot 0 x 400 y 400 x 410 y 410 | x 420 y 420 "
-    "=> 639 905 9 9, 410 410 400 400, update, start screen, 420 420 410 410",
-    "slot 0 x 700 y 950 fill 59 slot 0 x 5 y 5 x 6 y 6 x 7 y 7 => 6 6 5 5, start screen, 7 7 6 6",
-    "slot 0 x 700 y 950 fill 60 slot 0 x 5 y 5 x 6 y 6 x 7 y 7 => start screen, 6 6 5 5, 7 7 6 6",
-    "slot 0 x 700 y 950 | x 710 y 960 | id 1 x 9 y 9 x 8 y 8 => start screen, 8 8 9 9",
-    "slot 1 x 50 y 950 x 700 y 950 x 750 y 1000 => 700 950 50 950, 750 1000 700 950",
+    traced("slot 0 x 119 y 904 x 120 y 905 x 638 y 905 x 639 y 904 y 300",
+           "120 905 119 904, 638 905 120 905, 639 904 638 905, 639 300 639 904, update"),
+    traced("slot 0 x 50 y 900 x 60 y 950 x 700 y 100 | x 1 y 1", "60 950 50 900, exit"),
+    traced("slot 0 x 9 y 9 x 119 y 905", "119 905 9 9, exit"),
+    traced("slot 0 x 9 y 9 x 639 y 905 x 300 y 300 slot 0 x 400 y 400 x 410 y 410 | x 420 y 420",
+           "639 905 9 9, 410 410 400 400, update, start screen, 420 420 410 410"),
+    traced("slot 0 x 700 y 950 fill 59 slot 0 x 5 y 5 x 6 y 6 x 7 y 7",
+           "6 6 5 5, start screen, 7 7 6 6"),
+    traced("slot 0 x 700 y 950 fill 60 slot 0 x 5 y 5 x 6 y 6 x 7 y 7",
+           "start screen, 6 6 5 5, 7 7 6 6"),
+    traced("slot 0 x 700 y 950 | x 710 y 960 | id 1 x 9 y 9 x 8 y 8", "start screen, 8 8 9 9"),
+    traced("slot 1 x 50 y 950 x 700 y 950 x 750 y 1000", "700 950 50 950, 750 1000 700 950"),
     // Off the screen.
-    "slot 1 x -5 y 10 x 30 y 40 x -7 y -8 x 3 y 4 => 30 40 30 10, 30 40 30 40, 3 4 3 4",
-    "slot 1 x -1 y 10 x 30 y 40 => 30 40 30 10",
-    "slot 1 x 3000000 y 9 x 5 y 800000 x 757 y 1023 x 758 y 1024 y 0 "
-    "=> 5 800000 3000000 9, 757 1023 5 800000, 758 1024 757 1023, 758 0 758 1024, update",
-    "slot 1 x 0 y 0 x 3000000 y 2000001 x 700 y 5 => 3000000 2000001 0 0, 700 5 3000000 2000001",
+    traced("slot 1 x -5 y 10 x 30 y 40 x -7 y -8 x 3 y 4", "30 40 30 10, 30 40 30 40, 3 4 3 4"),
+    traced("slot 1 x -1 y 10 x 30 y 40", "30 40 30 10"),
+    traced("slot 1 x 3000000 y 9 x 5 y 800000 x 757 y 1023 x 758 y 1024 y 0",
+           "5 800000 3000000 9, 757 1023 5 800000, 758 1024 757 1023, 758 0 758 1024, update"),
+    traced("slot 1 x 0 y 0 x 3000000 y 2000001 x 700 y 5",
+           "3000000 2000001 0 0, 700 5 3000000 2000001"),
 };
-const shell_words anywhere[] = {"=>"}, exits[] = {"slot 0 x 4 y 2 => exit"};
-const shell_words tall[] = {
-    "slot 1 x 1 y 0 x 39 y 599 x 3 y 300 | slot 0 x 130 y 500 slot 0 x 30 y 481 "
-    "=> 39 599 1 0, 3 300 39 599, exit"};
-const shell_words last_pixel[] = {"slot 1 x 8190 y 2 x 8192 y 3 => 8192 3 8190 2"};
+const run_case no_events[] = {traced("", "")};
 // clang-format on
 const std::vector<geometry> ordinary = {
     {758, 1024, 758, 1024, 1}, {758, 1024, 768, 2048, 2}, {758, 1024, 768, 2048, 4}, paper};
-INSTANTIATE_TEST_SUITE_P(strokes, traces, with_screens(strokes, ordinary), name_on_screen);
-INSTANTIATE_TEST_SUITE_P(anywhere, traces, with_screens(anywhere), name_on_screen);
-INSTANTIATE_TEST_SUITE_P(exits, traces, with_screens(exits, {{5, 3, 8, 3, 8}}), name_on_screen);
-INSTANTIATE_TEST_SUITE_P(tall, traces, with_screens(tall, {{40, 600, 40, 600, 2}}), name_on_screen);
-INSTANTIATE_TEST_SUITE_P(last_pixel, traces, with_screens(last_pixel, {{8193, 4, 8193, 4, 1}}),
-                         name_on_screen);
+INSTANTIATE_TEST_SUITE_P(strokes, tool, testing::ValuesIn(on_screens(strokes, ordinary)),
+                         name_of_case);
+INSTANTIATE_TEST_SUITE_P(no_events, tool, testing::ValuesIn(on_screens(no_events)), name_of_case);
 
-const painter no_device = [](canvas &c) { c.finish(); };
 const painter unheard = [](canvas &c) {
     run(c, "20 5 10 5", "Success", c.err); // whatever the last write's error was
     c.out = "";
@@ -171,19 +167,23 @@ const painter unheard = [](canvas &c) {
 const painter at_once = [](canvas &c) { run(c, "2 -200 1 -200, released, exit", "", c.out); };
 // clang-format off
 const run_case devices[] = {
-    {.args = "-j none", .draws = no_device},
-    {.args = "-j ' '", .draws = no_device},
-    {.args = "-j .", .draws = fails("Is a directory")},
-    {.args = "-j in", .draws = fails("Input/output error", "fault read:1"),
+    traced("slot 0 x 4 y 2", "exit", {5, 3, 8, 3, 8}),
+    traced("slot 1 x 1 y 0 x 39 y 599 x 3 y 300 | slot 0 x 130 y 500 slot 0 x 30 y 481",
+           "39 599 1 0, 3 300 39 599, exit", {40, 600, 40, 600, 2}),
+    traced("slot 1 x 8190 y 2 x 8192 y 3", "8192 3 8190 2", {8193, 4, 8193, 4, 1}),
+    {.args = "-j none", .draws = [](canvas &c) { c.finish(); }},
+    {.args = "-j ' '", .draws = [](canvas &c) { c.finish(); }},
+    {.args = "-j .", .draws = ends("Is a directory")},
+    {.args = "-j in", .draws = ends("Input/output error", "fault read:1"),
      .given = {{"in", "sixteen bytes..."}}},
-    {.args = "-j in", .draws = fails("Interrupted system call", "fault eintr-read:1"),
+    {.args = "-j in", .draws = ends("Interrupted system call", "fault eintr-read:1"),
      .given = {{"in", "sixteen bytes..."}}},
     // The path is cut at 63 characters and ends at a blank.
-    {.args = "-j " + std::string(70, 'e'), .draws = fails("Success"),
+    {.args = "-j " + std::string(70, 'e'), .draws = ends("Success"),
      .given = {{std::string(63, 'e'), "fifteen bytes.."}}},
-    {.args = "-j ' in x'", .draws = fails("Success"), .given = {{"in", ""}}},
-    {.args = "-j in", .draws = unheard,
-     .given = {{"in", writes_of("slot 0 x 10 y 5 x 20 y 5")[0]}}, .streams = "3<>../gone 1>../gone 3>&-"},
+    {.args = "-j ' in x'", .draws = ends("Success"), .given = {{"in", ""}}},
+    {.args = "-j in", .draws = unheard, .given = {{"in", writes_of("slot 0 x 10 y 5 x 20 y 5")[0]}},
+     .streams = "3<>../gone 1>../gone 3>&-"},
     // A trace is there before the update that follows it, and all of them before the next read.
     {.args = "-j pipe", .draws = at_once, .screen = {5, 3, 8, 3, 8},
      .pipe = writes_of("slot 0 x 1 y -200 x 2 y -200 id -1 | slot 0 x 1 y 1"),
