@@ -5,11 +5,12 @@
 namespace {
 const geometry screen = {64, 60, 64, 60, 8};
 
-/// A screen's bytes, which are no header; a raw image of 8 x 2 pixels; a picture of 64 x 40.
+/// A screen's bytes, which are no header; a raw image of 8 x 2 pixels; a picture that is
+/// higher than the screen.
 const std::string dump(3840, '\x5A');
 const std::string raw = std::string("\x08\0\0\0\x02\0\0\0\x08\0\0\0", 12) + "abcdefghijklmnop";
-const std::string pgm = "P5 64 40 255\n" + std::string(2560, '\x40');
-const std::string decoded = std::string(2560, '\x40') + std::string(3840 - 2560, '\xFF');
+const std::string pgm = "P5 64 90 255\n" + std::string(5760, '\x40');
+const std::string decoded(3840, '\x40');
 
 painter bytes(size_t offset, const std::string &stored)
 {
@@ -43,8 +44,8 @@ const run_case cases[] = {
                 .requests = "get-vscreeninfo; update 0,0 8x2 wave=2 full; "
                 "fault get-vscreeninfo:3; get-vscreeninfo -> -1", .out = update_line("FULL", 2) +
                 "tavo: overlay_bitmap> cannot read screen info\n"}),
-    with_files({.args = "-g pgm", .draws = bytes(0, decoded.substr(0, 2560)), .requests =
-                "fault short-read:1; get-vscreeninfo; update 0,0 64x40 wave=2 partial"}),
+    with_files({.args = "-g pgm", .draws = bytes(0, decoded), .requests = "fault short-read:1; "
+                "fault short-read:2; get-vscreeninfo; update 0,0 WxH wave=2 partial"}),
     with_files({.args = "-t pgm out", .requests = "fault calloc:1",
                 .out = "tavo: decompress_image_to_file> Cannot alloc buffer for decompression\n",
                 .status = 1}),
