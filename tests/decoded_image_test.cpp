@@ -79,22 +79,20 @@ INSTANTIATE_TEST_SUITE_P(formats, picture, testing::ValuesIn(on_screens(formats,
 INSTANTIATE_TEST_SUITE_P(places, picture, testing::ValuesIn(on_screens(places)), name_of_case);
 INSTANTIATE_TEST_SUITE_P(outputs, tool, testing::ValuesIn(outputs), name_of_case);
 
-/// A file in tests/refused, or another one: the reason is given, and the screen stays.
+/// A file in tests/refused: the reason is given, and the screen stays.
 run_case refused(const shell_words &name, const std::string &reason)
 {
-    run_case c = {.args = {"-g " + name.text, name.file, name.line},
-                  .requests = "get-vscreeninfo; update 0,0 WxH wave=2 partial",
-                  .out = "tavo: paint_image> cannot open \"" + name.text + "\":" + reason + "\n",
-                  .status = 1,
-                  .screen = {40, 30, 48, 30, 4}};
-    if (const std::string content = content_of("refused/" + name.text); !content.empty())
-        c.given = {{name.text, content}};
-    return c;
+    return {.args = {"-g " + name.text, name.file, name.line},
+            .requests = "get-vscreeninfo; update 0,0 WxH wave=2 partial",
+            .out = "tavo: paint_image> cannot open \"" + name.text + "\":" + reason + "\n",
+            .status = 1,
+            .screen = {40, 30, 48, 30, 4},
+            .given = {{name.text, content_of("refused/" + name.text)}}};
 }
 
 // clang-format off
 const run_case refusals[] = {
-    refused("text", "unknown image type"), refused("/proc/self/mem", "unknown image type"),
+    refused("text", "unknown image type"),
     // Too much memory or time.
     refused("memory.jpg", "outofmem"), refused("memory.png", "outofmem"),
     refused("memory.gif", "outofmem"), refused("wide.pgm", "too large"),
