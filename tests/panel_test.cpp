@@ -129,6 +129,9 @@ const run_case runs[] = {
         fbset | grep -o geo.*; chmod 702 s; tavo -l; rm -r s')",
      {.out = "geometry 7 6 7 6 8\n"
      "tavo: open_device> cannot open framebuffer device \"/dev/fb0\"\n", .err = never_opened}),
+    // A panel that cannot be made leaves the one on which it was called.
+    on_panel("sh -c 'TMPDIR=/none tavo-panel true 2>/dev/null; tavo -l'", {.draws = bands,
+     .requests = "get-vscreeninfo; update 0,0 WxH wave=2 partial"}),
     // A path with blanks, into which the library cannot be preloaded directly.
     on_panel(R"(sh -c 'mkdir "a b"; ln $(dirname $(command -v tavo))/*tavo-panel* "a b"
         "a b/tavo-panel" --state s sh -c "tavo -l; echo \$LD_PRELOAD" | cut -c 1-15
@@ -180,9 +183,12 @@ const run_case runs[] = {
     on_panel(R"(sh -c 'yes 1 2 | head -n 2000 >many
         tavo-panel --state s --touch many sh -c "head -c 96016 s/touch | wc -c"; rm -r many s')",
      {.out = "96016\n", .err = never_opened + never_opened}),
+    // The glass is white at first.
     on_panel(R"(sh -c 'echo 1 2 >one
-        tavo-panel --state s --touch one tavo -n 2>&1 | cut -d / -f 1; rm -r one s')",
-     {.out = "tavo-panel: nobody read all strokes from \n", .err = never_opened}),
+        tavo-panel --state s --touch one --png white true 2>&1 | cut -d / -f 1
+        tavo -n -g white; rm -r one white s')",
+     {.draws = rectangle(0, 0, 32, 20, 255), .requests = "get-hold 1; set-hold 0; release-hold 0",
+     .out = never_opened + "tavo-panel: nobody read all strokes from \n"}),
     // A frame for each update, with numbers that go on; the picture comes while the command runs.
     on_panel(R"(sh -c 'play() { tavo-panel --state ../state --png p.png --frames film "$@"; }
         play sh -c "tavo -l; until test -s p.png; do sleep 0.02; done; tavo -n -c; tavo -g p.png"
