@@ -81,7 +81,7 @@ run_case barcodes(const shell_words &letters)
 
 const run_case texts[] = {
     barcodes(""),
-    barcodes("abc"),
+    barcodes("abcdefghijklmnopqrstuvwxyz"),
     barcodes("AB*C"),
     barcodes("\xe9"),
     barcodes("! $"),

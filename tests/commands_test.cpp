@@ -48,7 +48,7 @@ const run_case operands[] = {
     {.args = "-t -c in.png", .draws = white, .out = no_file, .status = 1},
     {.args = "-t"},
     // The standard streams' numbers must not fall to the framebuffer.
-    {.args = "3 5 hi", .draws = text(3, 5, "hi"), .requests = "update 0,0 WxH wave=257 partial",
+    {.args = "-e", .draws = text(0, 0, "-e"), .requests = "update 0,0 WxH wave=257 partial",
      .streams = "0<&- 1>&- 2>&-", .name = "all streams closed"},
 };
 
