@@ -3,14 +3,13 @@
 #include "run_case.h"
 
 namespace {
-const geometry screen = {64, 60, 64, 60, 8};
+const geometry screen = {64, 90, 64, 90, 8};
 
-/// A screen's bytes, which are no header; a raw image of 8 x 2 pixels; a picture that is
-/// higher than the screen.
-const std::string dump(3840, '\x5A');
+/// A screen's bytes, which are no header; a raw image of 8 x 2 pixels; a picture of 64 x 90.
+const std::string dump(5760, '\x5A');
 const std::string raw = std::string("\x08\0\0\0\x02\0\0\0\x08\0\0\0", 12) + "abcdefghijklmnop";
-const std::string pgm = "P5 64 90 255\n" + std::string(5760, '\x40');
-const std::string decoded(3840, '\x40');
+const std::string decoded(5760, '\x40');
+const std::string pgm = "P5 64 90 255\n" + decoded;
 
 painter bytes(size_t offset, const std::string &stored)
 {
@@ -53,11 +52,11 @@ const run_case cases[] = {
                 .files = {{"out", decoded}}}),
     with_files({.args = "-t pgm out", .requests = "fault short-write:1; fault eintr-write:2",
                 .out = "tavo: decompress_image_to_file> Error writing to file\n",
-                .status = 1, .files = {{"out", decoded.substr(0, 1920)}}}),
+                .status = 1, .files = {{"out", decoded.substr(0, 2880)}}}),
     with_files({.args = "-i -kfb", .requests = "get-fscreeninfo; get-vscreeninfo; "
                 "get-waveform-type; get-material-type; get-temperature; fault short-write:1; "
                 "fault write:2", .out = anything,
-                .files = {{"fb", canvas(screen).memory.substr(0, 1920), 0666}}}),
+                .files = {{"fb", canvas(screen).memory.substr(0, 2880), 0666}}}),
     // The driver gives what the screen claims to have.
     {.args = "-k wb", .requests = "get-work-buffer; fault short-write:1; fault write:2",
      .out = "write 2 byte @ADDRESS to wb\n", .files = {{"wb", "\r\r", 0666}},
@@ -69,9 +68,6 @@ const run_case cases[] = {
      .name = "retry on a full disk"},
     {.args = "-s '' -f", .requests = refused_once, .streams = "3<>../gone 2>../gone 3>&-",
      .name = "retry without a reader"},
-    // The announcement comes before the update.
-    {.args = "-s '' -f", .requests = refused_once, .out = update_line("FULL", 2) + "retrying.. -1",
-     .streams = "2>&1"},
     // The 32-bit product of the virtual width and the depth wraps: lines of 758 bytes are left.
     {.args = "3 5 hello", .draws = text(3, 5, "hello"),
      .requests = "update 0,0 WxH wave=257 partial", .settings = "virtual 536871670x1024\n"},
