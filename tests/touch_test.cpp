@@ -147,6 +147,8 @@ const run_case strokes[] = {
     // Off the screen.
     traced("slot 1 x -5 y 10 x 30 y 40 x -7 y -8 x 3 y 4", "30 40 30 10, 30 40 30 40, 3 4 3 4"),
     traced("slot 1 x -1 y 10 x 30 y 40", "30 40 30 10"),
+    traced("slot 1 x -5 y 10 x -7 y 40 x 10 y -5 x 30 y -8",
+           "-5 40 -5 10, 10 40 10 40, 30 -5 10 -5"),
     traced("slot 1 x 3000000 y 9 x 5 y 800000 x 757 y 1023 x 758 y 1024 y 0",
            "5 800000 3000000 9, 757 1023 5 800000, 758 1024 757 1023, 758 0 758 1024, update"),
     traced("slot 1 x 0 y 0 x 3000000 y 2000001 x 700 y 5",
