@@ -66,6 +66,11 @@ const run_case refusals[] = {
      .out = "tavo: open_device> cannot open framebuffer device \"/dev/fb0\"\n",
      .err = "panel: there is no fault \"updat\"\n", .screen = small,
      .environment = "TAVO_PANEL_FAIL=updat", .name = "unknown fault"},
+    {.args = "-s ''", .requests = "open -> -1; not closed",
+     .out = "tavo: open_device> cannot open framebuffer device \"/dev/fb0\"\n",
+     .err = "panel: ../state/panel: cannot take \"id 01234567890123456\"\n",
+     .settings = "id 01234567890123456\n", .environment = "TAVO_PANEL_STATE=../state",
+     .name = "unknown setting"},
 };
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(panel_refusals, tool, testing::ValuesIn(refusals), name_of_case);

@@ -71,8 +71,8 @@ const run_case messages[] = {
      "panel" + draws_on_device, .status = 126, .given = {foreign}}),
     alone("./none", {.err = "tavo-panel: cannot run ./none: No such file or directory\n",
      .status = 127}),
-    alone("--png no/x.png tavo -l", {.out = gc16, .err =
-     "tavo-panel: cannot write no/x.png: No such file or directory\n", .status = 1}),
+    alone("--png no/x.png sh -c 'tavo -l; exit 7'", {.out = gc16, .err =
+     "tavo-panel: cannot write no/x.png: No such file or directory\n", .status = 7}),
     // What is no file is not replaced; through a link the real device is safe from a fault.
     alone("sh -c 'ln -s /dev/full full; tavo-panel --png full tavo -l; echo $?; rm full'",
      {.out = gc16 + "1\n", .err = "tavo-panel: cannot write full: No space left on device\n" +
@@ -110,14 +110,14 @@ const run_case runs[] = {
         tavo-panel --state ../state --summary sh -c "(sleep 0.2; exec tavo -l) & exit 3"')",
      {.draws = bands, .requests = anything, .out = update_line("FULL", 2) + gc16, .err =
      "tavo-panel: updates 1, full 0, refused 0, panel time 450 ms\n", .status = 3}),
-    // Settings stay, and a virtual size goes with its visible one.
-    on_panel(R"(sh -c 'tavo-panel --state s --size 9x8 --virtual 10x11 --bpp 4 true
-        tavo-panel --state s --mm 1x2 --size 7x6 true; tavo-panel --state s --bpp 2 true
-        cat s/panel; stat -c "%a %n" s s/*; rm -r s')",
-     {.out = "id epd-virtual\nregions screen\nsize 7x6\nvirtual 7x6\nmm 1x2\nbpp 2\ntype 0\n"
-     "visual 3\nwaveform-type 8\nmaterial-type 1\ntemperature 25\nnumbered 0\n"
-     "700 s\n600 s/panel\n600 s/touch\n",
-     .err = never_opened + never_opened + never_opened + never_opened}),
+    // Settings stay, a virtual size goes with its visible one, and so do the files.
+    on_panel(R"(sh -c 'tavo-panel --state s --size 9x8 --virtual 10x11 --bpp 4 tavo -s ""
+        tavo-panel --state s --mm 1x2 --size 7x6 true; tavo-panel --state s --bpp 2 tavo -s ""
+        cat s/panel; stat -c "%a %n" s s/*; wc -c <s/memory; wc -c <s/glass; rm -r s')",
+     {.out = gc16 + gc16 + "id epd-virtual\nregions screen\nsize 7x6\nvirtual 7x6\nmm 1x2\n"
+     "bpp 2\ntype 0\nvisual 3\nwaveform-type 8\nmaterial-type 1\ntemperature 25\nnumbered 0\n"
+     "700 s\n600 s/glass\n600 s/log\n600 s/memory\n600 s/panel\n600 s/touch\n600 s/wanted\n"
+     "10\n42\n", .err = never_opened + never_opened}),
     // No link out of the folder is followed.
     on_panel(R"(sh -c '
         for file in memory glass wanted hold log panel; do

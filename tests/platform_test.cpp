@@ -68,7 +68,14 @@ const run_case cases[] = {
      .name = "retry on a full disk"},
     {.args = "-s '' -f", .requests = refused_once, .streams = "3<>../gone 2>../gone 3>&-",
      .name = "retry without a reader"},
-    // The 32-bit product of the virtual width and the depth wraps: lines of 758 bytes are left.
+    // The 32-bit product of the virtual width and the depth wraps: lines of one byte, of no byte
+    // and of 758 bytes, which is what is left of the screen.
+    {.args = "-p", .draws = xor_pattern, .requests = "get-vscreeninfo; "
+     "update 0,0 65535x119 wave=2 partial", .settings = "size 65535x119\nvirtual 2147483649x119\n",
+     .screen = {1, 119, 1, 119, 8}},
+    {.args = "-t pgm out", .files = {{"out", std::string(150, '\xFF')}},
+     .settings = "size 64x300\nvirtual 2147483649x300\n", .screen = {1, 300, 1, 300, 4},
+     .given = {{"pgm", pgm}}},
     {.args = "3 5 hello", .draws = text(3, 5, "hello"),
      .requests = "update 0,0 WxH wave=257 partial", .settings = "virtual 536871670x1024\n"},
 };
