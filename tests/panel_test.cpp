@@ -134,11 +134,12 @@ const run_case runs[] = {
     // A panel that cannot be made leaves the one on which it was called.
     on_panel("sh -c 'TMPDIR=/none tavo-panel true 2>/dev/null; tavo -l'", {.draws = bands,
      .requests = "get-vscreeninfo; update 0,0 WxH wave=2 partial"}),
-    // A path with blanks, into which the library cannot be preloaded directly.
-    on_panel(R"(sh -c 'mkdir "a b"; ln $(dirname $(command -v tavo))/*tavo-panel* "a b"
-        "a b/tavo-panel" --state s sh -c "tavo -l; echo \$LD_PRELOAD" | cut -c 1-15
-        rm -r "a b" s')", {.out = gc16.substr(0, 15) + "\n/tmp/tavo-panel\n",
-     .err = never_opened}),
+    // Paths from which the library cannot be preloaded directly.
+    on_panel(R"(sh -c 'for folder in "a b" a:b; do
+            mkdir "$folder"; ln $(dirname $(command -v tavo))/*tavo-panel* "$folder"
+            "$folder/tavo-panel" --state s sh -c "tavo -n; echo \$LD_PRELOAD" | cut -c 1-15
+            rm -r "$folder" s
+        done')", {.out = "/tmp/tavo-panel\n/tmp/tavo-panel\n", .err = never_opened}),
     // Four at once: no update and no setting is lost.
     on_panel(R"(--summary sh -c '
         for w in 1 2 3 4; do
@@ -194,16 +195,18 @@ const run_case runs[] = {
         tavo -n -g white; rm -r one white s')",
      {.draws = rectangle(0, 0, 32, 20, 255), .requests = "get-hold 1; set-hold 0; release-hold 0",
      .out = never_opened + "tavo-panel: nobody read all strokes from \n"}),
+    // A picture goes through a link.
+    on_panel(R"(sh -c 'touch p.png; ln -s p.png link; tavo-panel --png link tavo -l
+        head -c 4 p.png | tail -c 3; rm p.png link')", {.out = gc16 + "PNG", .err = never_opened}),
     // A frame for each update, with numbers that go on; the picture comes while the command runs.
     on_panel(R"(sh -c 'play() { tavo-panel --state ../state --png p.png --frames film "$@"; }
         tavo -l # a picture may be one of the glass before the next update
         play sh -c "tavo -l; until test -s p.png; do sleep 0.02; done; tavo -n -c; tavo -g p.png"
+        cmp film/0001* film/0002*; rm film/0001*
         play tavo -x 1 -y 2 -s w=3,h=4 -w du -f
-        ls film; cd film; cmp 0001* 0002*; cmp -s 0002* 0003* && echo same; cmp 0003* ../p.png
-        rm -r ../film ../p.png')",
+        ls film; cmp -s film/* && echo same; cmp film/0003* p.png; rm -r film p.png')",
      {.draws = in_order({white, bands}), .requests = anything, .out = gc16 + gc16 + gc16 +
-     update_line("FULL", 1) + "0001-0,0-32x20-gc16-partial.png\n"
-     "0002-0,0-32x20-gc16-partial.png\n0003-1,2-3x4-du-full.png\n"}),
+     update_line("FULL", 1) + "0002-0,0-32x20-gc16-partial.png\n0003-1,2-3x4-du-full.png\n"}),
 };
 // clang-format on
 
