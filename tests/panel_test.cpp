@@ -36,6 +36,7 @@ const std::string fault_list =
     "  release-hold\n  get-work-buffer\n  get-waveform-type\n  get-material-type\n"
     "  get-temperature\n  read\n  write\n  short-read\n  short-write\n  eintr-read\n"
     "  eintr-write\n  calloc\n  aligned_alloc";
+const std::string not_a_touch = ": a line is \"X Y\", \"2: X Y\", \"up\" or \"2: up\"\n";
 const test_file victim = {"victim", "precious\n", 0644};
 const test_file foreign = {"foreign", "\177ELF\1\1\1" + std::string(60, '\0'), 0755};
 const painter bands =
@@ -61,8 +62,10 @@ const run_case messages[] = {
     refused("--state no/x true", "cannot make the folder no/x: No such file or directory"),
     refused("--state /tmp true", "/tmp must be a folder of yours that others cannot write to"),
     refused("--frames /dev/null/x true", "cannot use the folder /dev/null/x: Not a directory"),
-    alone("--touch strokes true", {.err = "tavo-panel: strokes:3: a line is \"X Y\", \"2: X Y\", "
-     "\"up\" or \"2: up\"\n", .status = 2, .given = {{"strokes", "1 2\n# 3\n4\n"}}}),
+    alone("--touch strokes true", {.err = "tavo-panel: strokes:3" + not_a_touch, .status = 2,
+     .given = {{"strokes", "1 2\n# 3\n4\n"}}}),
+    alone("--touch strokes true", {.err = "tavo-panel: strokes:2" + not_a_touch, .status = 2,
+     .given = {{"strokes", "10: 1 2\n11: 1 2\n"}}}),
     alone("--help", {.out = anything}),
     alone("--version", {.out = "tavo-panel 1.1.0\n"}),
     alone("./script", {.err = "tavo-panel: /sbin/ldconfig is statically linked" + draws_on_device,
