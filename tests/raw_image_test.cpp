@@ -65,9 +65,9 @@ class raw_file : public tool {};
 TEST_P(raw_file, is_painted)
 {
     run_case c = GetParam();
-    const std::string name = split(c.args.text)[1];
+    char name[40];
     int x = 0, y = 0;
-    sscanf(c.args.text.c_str(), "%*s %*s -x%d -y%d", &x, &y);
+    sscanf(c.args.text.c_str(), "%*s %39s -x%d -y%d", name, &x, &y);
     const raw_image image(name, c.screen);
     c.given = {{name, image.content}};
     c.settings = "regions any\n";

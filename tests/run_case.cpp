@@ -9,22 +9,12 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <iomanip>
 #include <map>
 #include <sstream>
 
 namespace fs = std::filesystem;
 
 const std::string anything = "(anything)";
-
-strings split(const std::string &text)
-{
-    strings all;
-    std::istringstream in(text);
-    for (std::string word; in >> std::quoted(word, '\'', '\0');)
-        all.push_back(word);
-    return all;
-}
 
 /// Addresses differ from run to run.
 static std::string with_masked_address(std::string text)
@@ -36,7 +26,10 @@ static std::string with_masked_address(std::string text)
     return text;
 }
 
-std::string requests_of(std::string log, const geometry &g)
+/// The log without what is the same in every run: the open with its two maps at the start, the
+/// close at the end, " -> 0" after each request, and of an update the panel's time and the words
+/// that are always the same. Lines are separated by "; ".
+static std::string requests_of(std::string log, const geometry &g)
 {
     if (log.empty())
         return "";
@@ -68,6 +61,18 @@ static std::string faults_of(const std::string &requests)
         if (request.starts_with("fault "))
             faults += request.substr(6) + " ";
     return faults;
+}
+
+/// Letters and digits of a text, with low lines between them.
+static std::string test_name(const std::string &text)
+{
+    std::string name;
+    for (char letter : text)
+        if (isalnum(letter & 0xFF))
+            name += letter;
+        else if (!name.empty() && name.back() != '_')
+            name += '_';
+    return name.substr(0, name.find_last_not_of('_') + 1);
 }
 
 virtual_panel::virtual_panel(const run_case &c)
@@ -242,17 +247,6 @@ void virtual_panel::check(const run_case &c)
 void check(const run_case &c)
 {
     virtual_panel(c).check(c);
-}
-
-std::string test_name(const std::string &text)
-{
-    std::string name;
-    for (char letter : text)
-        if (isalnum(letter & 0xFF))
-            name += letter;
-        else if (!name.empty() && name.back() != '_')
-            name += '_';
-    return name.substr(0, name.find_last_not_of('_') + 1);
 }
 
 std::string name_of_case(const testing::TestParamInfo<run_case> &row)

@@ -37,8 +37,8 @@ enum class program {
 struct run_case {
     shell_words args = "";
     painter draws = {}; ///< what changes in the framebuffer; what it says comes first
-    /// As the log has them, see requests_of. WxH is the screen's size. Where "fault NAME:N" stands,
-    /// the panel takes that fault.
+    /// As the log has them, but for what is the same in every run. WxH is the screen's size. Where
+    /// "fault NAME:N" stands, the panel takes that fault.
     std::string requests = "";
     /// The lines that announce the updates among the requests follow, if no such line is here.
     std::string out = "";
@@ -83,16 +83,6 @@ private:
     std::string folder;
 };
 void check(const run_case &c);
-
-/// The log without what is the same in every run: the open with its two maps at the start, the
-/// close at the end, " -> 0" after each request, and of an update the panel's time and the words
-/// that are always the same. Lines are separated by "; ".
-std::string requests_of(std::string log, const geometry &g);
-
-strings split(const std::string &words); ///< as a shell does; only 'a b' is quoted
-
-/// Letters and digits of a text, with low lines between them.
-std::string test_name(const std::string &text);
 
 /// A suite of cases.
 class tool : public testing::TestWithParam<run_case> {};
