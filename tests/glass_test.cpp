@@ -20,6 +20,7 @@ const glass_step steps[] = {
     {"-x 30 -y 2 -d l=7f,w=20,h=11 -w a2", 30, 2, 20, 11, 2, false, false},
     {"-s '' -w du", 0, 0, 61, 43, 2, false, false}, // nothing has changed
     {"-x 2 -y 1 -s w=31,h=9 -w a2 -f", 2, 1, 31, 9, 2, true, false},
+    {"-x -5 -y -3 -s w=20,h=11 -w a2 -f", -5, -3, 20, 11, 2, true, false},
     {"-v -s '' -w gl16", 0, 0, 61, 43, 16, false, true}, // everything has
     {"-x 9 -y 0 -s w=40,h=43", 9, 0, 40, 43, 16, false, false},
 };
@@ -28,7 +29,7 @@ class glass : public testing::TestWithParam<int> {};
 
 TEST_P(glass, follows_the_updates)
 {
-    const run_case start = {.screen = {61, 43, 72, 50, GetParam()}};
+    const run_case start = {.settings = "regions any\n", .screen = {61, 43, 72, 50, GetParam()}};
     const virtual_panel panel(start);
     canvas memory(start.screen);
     std::vector<int> wanted(61 * 43, 255), shown(61 * 43, 255);
@@ -36,8 +37,8 @@ TEST_P(glass, follows_the_updates)
         run_case call = start;
         call.args = step.args;
         memory.memory = panel.run(call).memory;
-        for (int y = step.y; y < step.y + step.height; ++y)
-            for (int x = step.x; x < step.x + step.width; ++x) {
+        for (int y = std::max(step.y, 0); y < step.y + step.height; ++y)
+            for (int x = std::max(step.x, 0); x < step.x + step.width; ++x) {
                 const size_t at = size_t(y * 61 + x);
                 const int gray = step.inverted ? 255 - memory.get(x, y) : memory.get(x, y);
                 if (step.full || gray != wanted[at])

@@ -100,6 +100,9 @@ const run_case runs[] = {
         open F, "<", "/dev/fb0"; print sysread(F, my $to, $_) for 1, 9, 9, 9')", {.requests =
      "open -> -1; open; fault short-read:2; fault short-read:3", .out = "51944",
      .given = {victim}}),
+    // Nor are messages kept back.
+    on_panel(R"(--fail write perl -e 'open F, "<", "/dev/fb0"; syswrite STDERR, "text"')",
+     {.requests = "open", .err = "text"}),
     // The caller's libraries and options stay; the state's path is absolute.
     on_panel(R"(--fail wait sh -c '
         cd /; echo $LD_PRELOAD $ASAN_OPTIONS $TAVO_PANEL_FAIL; test -p $TAVO_PANEL_STATE/touch')",
