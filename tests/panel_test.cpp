@@ -208,7 +208,7 @@ const run_case runs[] = {
         tavo -l # a picture may be one of the glass before the next update
         play sh -c "tavo -l; until test -s p.png; do sleep 0.02; done; tavo -n -c; tavo -g p.png"
         cmp film/0001* film/0002*; rm film/0001*
-        play tavo -x 1 -y 2 -s w=3,h=4 -w du -f
+        play sh -c "cd /; tavo -x 1 -y 2 -s w=3,h=4 -w du -f"
         ls film; cmp -s film/* && echo same; cmp film/0003* p.png; rm -r film p.png')",
      {.draws = in_order({white, bands}), .requests = anything, .out = gc16 + gc16 + gc16 +
      update_line("FULL", 1) + "0002-0,0-32x20-gc16-partial.png\n0003-1,2-3x4-du-full.png\n"}),

@@ -88,8 +88,10 @@ class View(unittest.TestCase):
         self.expect_glass('a page that comes late')
         self.assertEqual(self.text('pre').splitlines(), lines)
 
-    def test_stays_when_the_panel_ends(self):
+    def test_stays_when_the_log_is_emptied_and_when_the_panel_ends(self):
         self.draw('-l')
+        os.truncate(self.folder / 'state/log', 0)
+        self.draw('-s', '')  # has fewer lines than before
         self.assertEqual(self.text('#note'), '')
         self.end_panel()
         self.wait_for(lambda: self.text('#note') == 'The panel has ended.')
