@@ -66,7 +66,10 @@ const run_case messages[] = {
      .given = {{"strokes", "1 2\n# 3\n4\n"}}}),
     alone("--touch strokes true", {.err = "tavo-panel: strokes:2" + not_a_touch, .status = 2,
      .given = {{"strokes", "10: 1 2\n11: 1 2\n"}}}),
-    alone("--help", {.out = anything}),
+    alone(R"(sh -c 'tavo-panel --help | sed -n "1p; /aligned_alloc/,/^\$/p; \$p"')", {.out =
+     "usage: tavo-panel [options] [--] command [arguments]\n  aligned_alloc\n\n"
+     "  tavo-panel --state /tmp/panel --fail \"update:1-3\" -- sh -c 'tavo -c && tavo -i'\n",
+     .err = never_opened}),
     alone("--version", {.out = "tavo-panel 1.1.0\n"}),
     alone("./script", {.err = "tavo-panel: /sbin/ldconfig is statically linked" + draws_on_device,
      .status = 126, .given = {{"script", "#! /sbin/ldconfig -p\n", 0755}}}),
@@ -94,10 +97,14 @@ const run_case runs[] = {
         tavo -x -1 -s ""')", {.requests = anything, .out = anything, .err =
      "retrying.. -1retrying.. -1retrying.. -1retrying.. -1retrying.. -1"
      "tavo-panel: updates 18, full 9, refused 6, panel time 8110 ms\n"}),
-    // libc works while the device is not open (it is no directory); one byte is not shortened.
+    on_panel("--trace sh -c 'tavo -n 2>&1 | tail -n 2'", {.requests =
+     "get-hold 1; set-hold 0; release-hold 0", .out =
+     "panel: release-hold 0 -> 0\npanel: close -> 0\n"}),
+    // libc works while the device is not open (it is no directory); one byte is not shortened. A
+    // device is there already.
     on_panel(R"(--fail short-read:2- perl -e '
         sysopen F, "/dev/fb0", 0200000; open G, "<", "victim"; print sysread(G, $_, 5);
-        open F, "<", "/dev/fb0"; print sysread(F, my $to, $_) for 1, 9, 9, 9')", {.requests =
+        sysopen F, "/dev/fb0", 0300; print sysread(F, my $to, $_) for 1, 9, 9, 9')", {.requests =
      "open -> -1; open; fault short-read:2; fault short-read:3", .out = "51944",
      .given = {victim}}),
     // Nor are messages kept back.
@@ -111,6 +118,7 @@ const run_case runs[] = {
     // A kill is passed on, and what the command left running is ended with it.
     alone("sh -c 'kill -TERM $PPID; sleep 30'", {.status = 143}),
     alone("sh -c 'kill -HUP $PPID; sleep 30'", {.status = 129}),
+    alone("sh -c 'panel=$PPID; (sleep 0.2; kill $panel; sleep 30) & exit 3'", {.status = 3}),
     // What goes on drawing is waited for; what the log has from earlier runs does not count.
     on_panel(R"(sh -c 'tavo -s "" -f
         tavo-panel --state ../state --summary sh -c "(sleep 0.2; exec tavo -l) & exit 3"')",
@@ -168,16 +176,19 @@ const run_case runs[] = {
             [0, 0, 5, 0], [2147483647, 0, 1, 1], [0, 2147483647, 1, 1]')",
      {.requests = anything, .out = "25 22 0 0 22 22 22 22 22 22 22 22 "}),
     // The settings are read at each open; the millimetres are 88 bytes into the report.
-    on_panel(R"(--second-size 9x8 perl -e 'open F, "+<", "/dev/fb0";
-        system("tavo-panel --state ../state --mm 7x6 true"); open F, "+<", "/dev/fb0";
+    on_panel(R"(--mm 7x6 perl -e 'open F, "+<", "/dev/fb0";
+        system("printf \"size 32x20\nvirtual 40x30\nsecond-size 9x8\n\" >../state/panel");
+        open F, "+<", "/dev/fb0";
         for my $i (1, 2) {
             ioctl(F, 0x4600, my $info = "x" x 160);
             print join(" ", unpack("L4 x72 L2", $info)), "\n"
         }')",
-     {.requests = anything, .out = "32 20 40 30 6 7\n9 8 9 8 6 7\n", .err = never_opened}),
-    // A device is neither emptied nor made longer.
-    on_panel("sh -c ': >/dev/fb0; printf x >>/dev/fb0'", {.draws = [](canvas &c) {
-     c.memory[0] = 'x'; }, .requests = "open; close; open"}),
+     {.requests = anything, .out = "32 20 40 30 165 122\n9 8 9 8 165 122\n"}),
+    // A device is neither emptied nor made longer; a stream reads and writes it, too.
+    on_panel(R"(sh -c ': >/dev/fb0; printf x >>/dev/fb0; od -An -c -N 3 /dev/fb0
+        awk "BEGIN { printf \"yz\" >\"/dev/fb0\" }"')", {.draws = [](canvas &c) {
+     c.memory.replace(0, 2, "yz"); }, .requests =
+     "open; close; open; close; open; open; not closed", .out = "   x 024 033\n"}),
     // Lock limits are small in containers: nothing is locked.
     on_panel("sh -c 'tavo -b ../state/touch & sleep 0.2; grep VmLck /proc/$!/status; kill $!'",
      {.requests = "not closed", .out = "VmLck:\t       0 kB\n"}),
@@ -194,6 +205,11 @@ const run_case runs[] = {
     on_panel(R"(sh -c 'yes 1 2 | head -n 2000 >many
         tavo-panel --state s --touch many sh -c "head -c 96016 s/touch | wc -c"; rm -r many s')",
      {.out = "96016\n", .err = never_opened + never_opened}),
+    on_panel(R"(sh -c 'cd ../state; mv touch real
+        for make in "ln -s real" "cp panel"; do
+            $make touch; tavo-panel --state . true 2>&1 | cut -d " " -f 3-; rm touch
+        done')", {.out = "is not a FIFO of yours: Too many levels of symbolic links\n"
+     "is not a FIFO of yours: Operation not permitted\n", .err = never_opened}),
     // The glass is white at first.
     on_panel(R"(sh -c 'echo 1 2 >one
         tavo-panel --state s --touch one --png white true 2>&1 | cut -d / -f 1
@@ -207,10 +223,11 @@ const run_case runs[] = {
     on_panel(R"(sh -c 'play() { tavo-panel --state ../state --png p.png --frames film "$@"; }
         tavo -l # a picture may be one of the glass before the next update
         play sh -c "tavo -l; until test -s p.png; do sleep 0.02; done; tavo -n -c; tavo -g p.png"
+        echo $?
         cmp film/0001* film/0002*; rm film/0001*
         play sh -c "cd /; tavo -x 1 -y 2 -s w=3,h=4 -w du -f"
         ls film; cmp -s film/* && echo same; cmp film/0003* p.png; rm -r film p.png')",
-     {.draws = in_order({white, bands}), .requests = anything, .out = gc16 + gc16 + gc16 +
+     {.draws = in_order({white, bands}), .requests = anything, .out = gc16 + gc16 + gc16 + "0\n" +
      update_line("FULL", 1) + "0002-0,0-32x20-gc16-partial.png\n0003-1,2-3x4-du-full.png\n"}),
 };
 // clang-format on

@@ -179,7 +179,7 @@ const run_case devices[] = {
     {.args = "-j in", .draws = ends("Input/output error", "fault read:1"),
      .given = {{"in", "sixteen bytes..."}}},
     {.args = "-j in", .draws = ends("Interrupted system call", "fault eintr-read:1"),
-     .given = {{"in", "sixteen bytes..."}}},
+     .given = {{"in", writes_of("slot 0 x 10 y 5 x 20 y 5")[0]}}},
     // The path is cut at 63 characters and ends at a blank.
     {.args = "-j " + std::string(70, 'e'), .draws = ends("Success"),
      .given = {{std::string(63, 'e'), "fifteen bytes.."}}},

@@ -32,7 +32,7 @@ class View(unittest.TestCase):
 
     def setUp(self):
         self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
-        self.panel = self.start('--size', f'{WIDTH}x{HEIGHT}', '--view=0', 'sleep', '100')
+        self.panel = self.start('--size', f'{WIDTH}x{HEIGHT}', '--view=0')
         self.addCleanup(self.end_panel)
         line = self.panel.stderr.readline()
         self.port = int(re.search(r'http://127.0.0.1:(\d+)/', line)[1])
@@ -42,11 +42,12 @@ class View(unittest.TestCase):
     def start(self, *arguments):
         return subprocess.Popen(
             [BUILD + '/tavo-panel', '--state', self.folder / 'state', *arguments],
-            stderr=subprocess.PIPE, stdout=subprocess.DEVNULL, text=True)
+            stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
 
     def end_panel(self):
         self.panel.terminate()
         self.panel.communicate(timeout=20)
+        self.assertEqual(self.panel.returncode, 0)
 
     def wait_for(self, condition):
         WebDriverWait(browser, 10, 0.02).until(lambda _: condition())
