@@ -116,7 +116,7 @@ const run_case runs[] = {
      {.out = PANEL_LIBRARY ":libm.so.6 verify_asan_link_order=0:verify_asan_link_order=0 wait\n",
      .err = never_opened, .environment = "LD_PRELOAD=libm.so.6 TAVO_PANEL_FAIL=map"}),
     // A kill is passed on, and what the command left running is ended with it.
-    alone("sh -c 'kill -TERM $PPID; sleep 30'", {.status = 143}),
+    alone("sh -c 'kill -TERM $PPID; sleep 30; :'", {.status = 143}),
     alone("sh -c 'kill -HUP $PPID; sleep 30'", {.status = 129}),
     alone("sh -c 'panel=$PPID; (sleep 0.2; kill $panel; sleep 30) & exit 3'", {.status = 3}),
     // What goes on drawing is waited for; what the log has from earlier runs does not count.
@@ -132,10 +132,10 @@ const run_case runs[] = {
      "bpp 2\ntype 0\nvisual 3\nwaveform-type 8\nmaterial-type 1\ntemperature 25\nnumbered 0\n"
      "700 s\n600 s/glass\n600 s/log\n600 s/memory\n600 s/panel\n600 s/touch\n600 s/wanted\n"
      "10\n42\n", .err = never_opened + never_opened}),
-    // No link out of the folder is followed.
+    // No link out of the folder is followed, and no FIFO waited for.
     on_panel(R"(sh -c '
         for file in memory glass wanted hold log panel; do
-            for link in "ln -s ../victim" "ln victim"; do
+            for link in "ln -s ../victim" "ln victim" mkfifo; do
                 tavo-panel --state s tavo -n -s "" >s.out 2>&1; rm s/$file; $link s/$file
                 tavo-panel --state s tavo -n -s "" >s.out 2>&1; rm -r s s.out
             done
@@ -145,6 +145,8 @@ const run_case runs[] = {
         fbset | grep -o geo.*; chmod 702 s; tavo -l; rm -r s')",
      {.out = "geometry 7 6 7 6 8\n"
      "tavo: open_device> cannot open framebuffer device \"/dev/fb0\"\n", .err = never_opened}),
+    on_panel("true", {.err = "panel: ../state/panel: cannot take \"bpp 99\"\n"
+     "tavo-panel: cannot use the settings in ../state\n", .status = 2, .settings = "bpp 99\n"}),
     // A panel that cannot be made leaves the one on which it was called.
     on_panel("sh -c 'TMPDIR=/none tavo-panel true 2>/dev/null; tavo -l'", {.draws = bands,
      .requests = "get-vscreeninfo; update 0,0 WxH wave=2 partial"}),
@@ -175,6 +177,12 @@ const run_case runs[] = {
             [0, 1, 32, 20], [1, 0, 32, 20], [0, -1, 5, 5], [-1, 0, 5, 5], [0, 0, 0, 5],
             [0, 0, 5, 0], [2147483647, 0, 1, 1], [0, 2147483647, 1, 1]')",
      {.requests = anything, .out = "25 22 0 0 22 22 22 22 22 22 22 22 "}),
+    // Depths without grays: the glass stays white, and so is the working buffer.
+    on_panel(R"(sh -c 'tavo-panel --state s --size 2x1 --bpp 32 perl -e "
+            open F, qq(+<), qq(/dev/fb0); syswrite F, qq(xxxxxxxx);
+            ioctl(F, 0x4050462e, \$_ = pack(qq(l4 x64), 0, 0, 2, 1));
+            ioctl(F, 0xc0044634, \$_ = qq(x) x 4); print unpack qq(H8), \$_"
+        od -An -t x1 s/glass; rm -r s')", {.out = "ffffffff ff ff\n", .err = never_opened}),
     // The settings are read at each open; the millimetres are 88 bytes into the report.
     on_panel(R"(--mm 7x6 perl -e 'open F, "+<", "/dev/fb0";
         system("printf \"size 32x20\nvirtual 40x30\nsecond-size 9x8\n\" >../state/panel");

@@ -67,6 +67,8 @@ const run_case refusals[] = {
      "fault release-hold:1; release-hold 0 -> -1"},
     {.args = "-n", .requests = "get-hold 1; release-hold 0", .files = {{"../state/hold", "0\n"}},
      .given = {{"../state/hold", "1\n"}}, .name = "n held by somebody"},
+    {.args = "-n", .requests = "get-hold 1; set-hold 0; release-hold 0",
+     .given = {{"../state/hold", "0\n"}}, .name = "n released by somebody"},
     {.args = "-c", .draws = white, .requests = "fault get-vscreeninfo:2; get-vscreeninfo -> -1",
      .out = "tavo: main> cannot read screen info 1\n"},
     // Nothing works without the device.
