@@ -58,6 +58,7 @@ const run_case messages[] = {
     refused("--fail update:3-2 true", "\"update:3-2\"" + fault_list),
     refused("--fail map --fail wait:2x true", "\"wait:2x\"" + fault_list),
     refused("--view 65536 true", "--view cannot be \"65536\": a port is 1 to 65535"),
+    refused("--view=8o true", "--view cannot be \"8o\": a port is 1 to 65535"),
     refused("--touch none true", "cannot read none: No such file or directory"),
     refused("--state no/x true", "cannot make the folder no/x: No such file or directory"),
     refused("--state /tmp true", "/tmp must be a folder of yours that others cannot write to"),
@@ -73,6 +74,8 @@ const run_case messages[] = {
     alone("--version", {.out = "tavo-panel 1.1.0\n"}),
     alone("./script", {.err = "tavo-panel: /sbin/ldconfig is statically linked" + draws_on_device,
      .status = 126, .given = {{"script", "#! /sbin/ldconfig -p\n", 0755}}}),
+    alone("ldconfig", {.err = "tavo-panel: /sbin/ldconfig is statically linked" + draws_on_device,
+     .status = 126, .environment = "PATH=" PROGRAMS_FOLDER "::/sbin"}),
     alone("./foreign", {.err = "tavo-panel: ./foreign is built for another processor than the "
      "panel" + draws_on_device, .status = 126, .given = {foreign}}),
     alone("./none", {.err = "tavo-panel: cannot run ./none: No such file or directory\n",
