@@ -1,6 +1,11 @@
 // The command tavo-panel: its messages, what the command gets, what is left, and other programs.
 #include "run_case.h"
 
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
 namespace {
 const std::string gc16 = update_line("PARTIAL", 2);
 
@@ -27,6 +32,12 @@ run_case refused(const shell_words &args, const std::string &message)
     return alone(args, {.err = "tavo-panel: " + message + "\n", .status = 2});
 }
 
+run_case no_setting(const shell_words &option, const std::string &word)
+{
+    return refused({option.text + " " + word + " true", option.file, option.line},
+                   option.text + " cannot be \"" + word + "\" (see --help)");
+}
+
 const std::string never_opened = "tavo-panel: the command never opened the panel\n";
 const std::string draws_on_device =
     ": the panel cannot be loaded into it, and it would draw on a real device\n";
@@ -36,7 +47,17 @@ const std::string fault_list =
     "  release-hold\n  get-work-buffer\n  get-waveform-type\n  get-material-type\n"
     "  get-temperature\n  read\n  write\n  short-read\n  short-write\n  eintr-read\n"
     "  eintr-write\n  calloc\n  aligned_alloc";
-const std::string not_a_touch = ": a line is \"X Y\", \"2: X Y\", \"up\" or \"2: up\"\n";
+
+/// A file of strokes with a line that is none.
+run_case no_stroke(const shell_words &line)
+{
+    run_case c = refused({"--touch strokes true", line.file, line.line},
+                         "strokes:3: a line is \"X Y\", \"2: X Y\", \"up\" or \"2: up\"");
+    c.given = {{"strokes", "10: 1 2\n# 3\n" + line.text + "\n"}};
+    c.name = "no stroke " + line.text;
+    return c;
+}
+
 const test_file victim = {"victim", "precious\n", 0644};
 const test_file foreign = {"foreign", "\177ELF\1\1\1" + std::string(60, '\0'), 0755};
 const painter bands =
@@ -48,12 +69,15 @@ const run_case messages[] = {
     refused("--what true", "unknown option --what (see --help)"),
     refused("-x true", "unknown option -x (see --help)"),
     refused("--state", "--state needs a word after it (see --help)"),
-    refused("--bpp 33 true", "--bpp cannot be \"33\" (see --help)"),
-    refused("--size 0x5 true", "--size cannot be \"0x5\" (see --help)"),
-    refused("--regions none true", "--regions cannot be \"none\" (see --help)"),
+    no_setting("--bpp", "33"), no_setting("--size", "0x5"), no_setting("--size", "65536x5"),
+    no_setting("--size", "5x"), no_setting("--size", "5:5"), no_setting("--size", "5x5x"),
+    no_setting("--mm", "4294967296x1"), no_setting("--second-size", "5x5/5"),
+    no_setting("--regions", "none"),
     refused("--virtual 8x2000 true", "the virtual size 8x2000 is below the visible size 758x1024"),
     refused("--virtual 2000x8 true", "the virtual size 2000x8 is below the visible size 758x1024"),
     refused("--fail updat true", "\"updat\"" + fault_list),
+    alone("true", {.err = "tavo-panel: \"wai\"" + fault_list + "\n", .status = 2,
+     .environment = "TAVO_PANEL_FAIL=wai"}),
     refused("--fail 'map update:0' true", "\"update:0\"" + fault_list),
     refused("--fail update:3-2 true", "\"update:3-2\"" + fault_list),
     refused("--fail map --fail wait:2x true", "\"wait:2x\"" + fault_list),
@@ -63,10 +87,8 @@ const run_case messages[] = {
     refused("--state no/x true", "cannot make the folder no/x: No such file or directory"),
     refused("--state /tmp true", "/tmp must be a folder of yours that others cannot write to"),
     refused("--frames /dev/null/x true", "cannot use the folder /dev/null/x: Not a directory"),
-    alone("--touch strokes true", {.err = "tavo-panel: strokes:3" + not_a_touch, .status = 2,
-     .given = {{"strokes", "1 2\n# 3\n4\n"}}}),
-    alone("--touch strokes true", {.err = "tavo-panel: strokes:2" + not_a_touch, .status = 2,
-     .given = {{"strokes", "10: 1 2\n11: 1 2\n"}}}),
+    no_stroke("4"), no_stroke("1 2 3"), no_stroke("up 1"), no_stroke("11: 1 2"),
+    no_stroke("0: 1 2"), no_stroke("x 1"),
     alone(R"(sh -c 'tavo-panel --help | sed -n "1p; /aligned_alloc/,/^\$/p; \$p"')", {.out =
      "usage: tavo-panel [options] [--] command [arguments]\n  aligned_alloc\n\n"
      "  tavo-panel --state /tmp/panel --fail \"update:1-3\" -- sh -c 'tavo -c && tavo -i'\n",
@@ -93,16 +115,20 @@ const run_case runs[] = {
      "fault update:1; update 0,0 WxH wave=2 full -> -1; sleep 500000; fault update:2; "
      "update 0,0 WxH wave=2 full -> -1; sleep 500000; update 0,0 WxH wave=2 full; "
      "fault wait:1; wait marker=42 -> -1", .err = "retrying.. -1retrying.. -1"}),
-    on_panel(R"(--summary sh -c '
-        for wave in du a2 gc16 gl16 reagl reagld gck16 glkw16 none; do
-            tavo -w $wave -s ""; tavo -w $wave -s "" -f
-        done
-        tavo -x -1 -s ""')", {.requests = anything, .out = anything, .err =
+    on_panel(R"(sh -c 'tavo-panel --state ../state --summary --frames film sh -c "
+            for wave in du a2 gc16 gl16 reagl reagld gck16 glkw16 none; do
+                tavo -w \$wave -s w=1; tavo -w \$wave -s w=1 -f
+            done; tavo -x -1 -s w=1" >said
+        ls film | cut -d - -f 4 | uniq; rm -r film said')", {.requests = anything, .out =
+     "du\na2\ngc16\ngl16\nreagl\nreagld\ngck16\nglkw16\nauto\n", .err =
      "retrying.. -1retrying.. -1retrying.. -1retrying.. -1retrying.. -1"
      "tavo-panel: updates 18, full 9, refused 6, panel time 8110 ms\n"}),
     on_panel("--trace sh -c 'tavo -n 2>&1 | tail -n 2'", {.requests =
      "get-hold 1; set-hold 0; release-hold 0", .out =
      "panel: release-hold 0 -> 0\npanel: close -> 0\n"}),
+    on_panel("tavo -s '' -f", {.requests =
+     "update 0,0 WxH wave=2 full; fault wait:1; wait marker=42 -> -1",
+     .out = update_line("FULL", 2), .environment = "TAVO_PANEL_FAIL=wait"}),
     // libc works while the device is not open (it is no directory); one byte is not shortened. A
     // device is there already.
     on_panel(R"(--fail short-read:2- perl -e '
@@ -148,8 +174,8 @@ const run_case runs[] = {
         fbset | grep -o geo.*; chmod 702 s; tavo -l; rm -r s')",
      {.out = "geometry 7 6 7 6 8\n"
      "tavo: open_device> cannot open framebuffer device \"/dev/fb0\"\n", .err = never_opened}),
-    on_panel("true", {.err = "panel: ../state/panel: cannot take \"bpp 99\"\n"
-     "tavo-panel: cannot use the settings in ../state\n", .status = 2, .settings = "bpp 99\n"}),
+    on_panel("true", {.err = "panel: ../state/panel: cannot take \"colour 1\"\n"
+     "tavo-panel: cannot use the settings in ../state\n", .status = 2, .settings = "colour 1\n"}),
     // A panel that cannot be made leaves the one on which it was called.
     on_panel("sh -c 'TMPDIR=/none tavo-panel true 2>/dev/null; tavo -l'", {.draws = bands,
      .requests = "get-vscreeninfo; update 0,0 WxH wave=2 partial"}),
@@ -171,15 +197,29 @@ const run_case runs[] = {
     on_panel(R"(sh -c 'fbset -i | grep -Eo "geometry.*|epd.*|Len.*"
         fbcat >screen; tavo -n -d l=255,w=32,h=20; tavo -g screen; rm screen')",
      {.requests = anything, .out = "geometry 32 20 40 30 8\nepd-virtual\nLength  : 40\n" + gc16}),
-    // The driver's errors: an unknown request, a colour past the end, then regions (top, left,
-    // width, height).
+    // Colours up to the last one, and an update with a number of its own in every field.
+    on_panel(R"(perl -e 'open F, "+<", "/dev/fb0"; my @colours = map "$_ stay", 1 .. 3;
+        ioctl(F, 0x4604, $_ = pack("L2 P P P x8", 254, 4, @colours));
+        print join(" ", unpack "S2 a*"), "\n" for @colours;
+        ioctl(F, 0x4050462e, $_ = pack("L9 x32 L3", 1 .. 5, 16 .. 22));
+        system("tail -n 2 ../state/log")')",
+     {.requests = anything, .out = "65278 65535 ay\n65278 65535 ay\n65278 65535 ay\n"
+     "get-cmap start=254 len=4 -> 0\nupdate 2,1 3x4 wave=5 mode=16 marker=17 temperature=18 "
+     "flags=19 tail=21,22 reserved -> 0, 450 ms\n"}),
+    // A descriptor from the process before.
+    on_panel(R"(sh -c 'exec 3</dev/fb0; perl -e "open F, q(<&=3);
+        ioctl(F, 0x4600, \$_ = q(x) x 160); print join q( ), unpack q(L2), \$_"')",
+     {.requests = "open; close; get-vscreeninfo", .out = "32 20"}),
+    // The driver's errors: an unknown request, no address, a colour past the end and without an
+    // address, then regions (top, left, width, height).
     on_panel(R"(perl -e 'open F, "+<", "/dev/fb0"; $_ = "x" x 80;
         sub ask { print ioctl(F, $_[0], $_[1]) ? 0 : $! + 0, " " }
-        ask(0x1234, $_); ask(0x4604, pack("L2 x32", 256, 0));
+        ask(0x1234, $_); ask(0x4600, 0);
+        ask(0x4604, $_) for pack("L2 x32", 256, 0), pack("L2 x32", 255, 0), pack("L2 x32", 255, 1);
         ask(0x4050462e, pack("l4 x64", @$_)) for [0, 0, 32, 20], [19, 31, 1, 1],
             [0, 1, 32, 20], [1, 0, 32, 20], [0, -1, 5, 5], [-1, 0, 5, 5], [0, 0, 0, 5],
             [0, 0, 5, 0], [2147483647, 0, 1, 1], [0, 2147483647, 1, 1]')",
-     {.requests = anything, .out = "25 22 0 0 22 22 22 22 22 22 22 22 "}),
+     {.requests = anything, .out = "25 14 22 0 14 0 0 22 22 22 22 22 22 22 22 "}),
     // Depths without grays: the glass stays white, and so is the working buffer.
     on_panel(R"(sh -c 'tavo-panel --state s --size 2x1 --bpp 32 perl -e "
             open F, qq(+<), qq(/dev/fb0); syswrite F, qq(xxxxxxxx);
@@ -235,13 +275,59 @@ const run_case runs[] = {
         tavo -l # a picture may be one of the glass before the next update
         play sh -c "tavo -l; until test -s p.png; do sleep 0.02; done; tavo -n -c; tavo -g p.png"
         echo $?
-        cmp film/0001* film/0002*; rm film/0001*
+        cmp film/0001* film/0002*; rm film/0001*; touch film/other.png
         play sh -c "cd /; tavo -x 1 -y 2 -s w=3,h=4 -w du -f"
-        ls film; cmp -s film/* && echo same; cmp film/0003* p.png; rm -r film p.png')",
+        ls film; cmp -s film/000* && echo same; cmp film/0003* p.png; rm -r film p.png')",
      {.draws = in_order({white, bands}), .requests = anything, .out = gc16 + gc16 + gc16 + "0\n" +
-     update_line("FULL", 1) + "0002-0,0-32x20-gc16-partial.png\n0003-1,2-3x4-du-full.png\n"}),
+     update_line("FULL", 1) + "0002-0,0-32x20-gc16-partial.png\n0003-1,2-3x4-du-full.png\n"
+     "other.png\n"}),
 };
 // clang-format on
+
+/// A function of the preloaded library, for calls that no program at hand makes.
+template <class function>
+function *from_library(function *, const char *name)
+{
+    static void *const library = dlopen(PANEL_LIBRARY, RTLD_NOW);
+    return reinterpret_cast<function *>(dlsym(library, name));
+}
+#define PANEL(name) from_library(&name, #name)
+
+TEST(panel, library)
+{
+    const virtual_panel panel({.screen = {64, 100, 64, 100, 8}});
+    setenv("TAVO_PANEL_STATE", (panel.folder + "/state").c_str(), 1);
+    setenv("TAVO_PANEL_FAIL", "calloc", 1);
+    FILE *const stream = PANEL(fopen)("/dev/fb0", "rb+");
+    ASSERT_NE(stream, nullptr);
+    EXPECT_EQ(fputs("abc", stream), 1);
+    EXPECT_EQ(fclose(stream), 0);
+    EXPECT_EQ(panel.read("state/memory").substr(0, 4), "abc\"");
+
+    const int fd = PANEL(open)("/dev/fb0", O_RDONLY);
+    const auto map = [fd](size_t length, int protection, off64_t offset) {
+        errno = 0;
+        void *const mapped = PANEL(mmap64)(nullptr, length, protection, MAP_SHARED, fd, offset);
+        return mapped == MAP_FAILED ? errno : munmap(mapped, length);
+    };
+    EXPECT_EQ(map(8192, PROT_READ, 0), 0); // two pages
+    EXPECT_EQ(map(4096, PROT_READ, 4096), 0);
+    EXPECT_EQ(map(4097, PROT_READ, 4096), EINVAL);
+    EXPECT_EQ(map(1, PROT_READ, 8192), EINVAL);
+    EXPECT_EQ(map(1, PROT_READ, -4096), EINVAL);
+    EXPECT_EQ(map(1, PROT_WRITE, 0), EACCES);
+    errno = 0;
+    EXPECT_EQ(PANEL(calloc)(1, 1), nullptr);
+    EXPECT_EQ(errno, ENOMEM);
+    EXPECT_EQ(PANEL(close)(fd), 0);
+    EXPECT_EQ(panel.read("state/log"),
+              "open -> 0\nopen -> 0\nmap 8192 offset=0 shared -> 0\n"
+              "map 4096 offset=4096 shared -> 0\nmap 4097 offset=4096 shared -> -1\n"
+              "map 1 offset=8192 shared -> -1\nmap 1 offset=-4096 shared -> -1\n"
+              "map 1 offset=0 shared -> -1\nfault calloc:1\nclose -> 0\n");
+    unsetenv("TAVO_PANEL_STATE");
+    unsetenv("TAVO_PANEL_FAIL");
+}
 
 INSTANTIATE_TEST_SUITE_P(panel_messages, tool, testing::ValuesIn(messages), name_of_case);
 INSTANTIATE_TEST_SUITE_P(panel_runs, tool, testing::ValuesIn(runs), name_of_case);

@@ -77,10 +77,10 @@ public:
     void check(const run_case &c);
     std::string read(const std::string &name) const; ///< from the folder, "" if missing
     void write(const std::string &name, const std::string &content) const;
+    std::string folder; ///< of the state, of the files and of the streams
 
 private:
     std::string wrong_files(const run_case &c) const;
-    std::string folder;
 };
 void check(const run_case &c);
 

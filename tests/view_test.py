@@ -74,6 +74,7 @@ class View(unittest.TestCase):
 
     def test_shows_the_glass_and_flashes_at_full_updates(self):
         browser.execute_script(NOTE_FILLS)
+        self.start(BUILD + '/tavo', '-f', '-x', '-1', '-s', '').communicate()  # is refused
         for arguments in (['-l'], ['-w', 'du', '-d', 'l=80,w=90,h=50', '-x', '9', '-y', '7'],
                           ['-f', '-s', 'w=30,h=40', '-x', '10', '-y', '20'], ['-f', '-s', '']):
             self.draw(*arguments)
@@ -101,14 +102,16 @@ class View(unittest.TestCase):
     def drag(self, points):
         canvas = browser.find_element(By.CSS_SELECTOR, 'canvas')
         actions = ActionChains(browser, duration=0)
-        for x, y in points:  # the driver counts from the middle
-            actions.move_to_element_with_offset(canvas, x - WIDTH // 2, y - HEIGHT // 2)
+        for x, y in points:  # the driver counts from the middle, the canvas is scaled
+            actions.move_to_element_with_offset(canvas, x // 2 - WIDTH // 4, y // 4 - HEIGHT // 8)
             if (x, y) == points[0]:
                 actions.click_and_hold()
         actions.release().perform()
 
     def test_drags_strokes(self):
-        points = [(30, 40), (30, 200), (200, 210), (90, 250), (200, 40), (310, 5)]
+        browser.execute_script(
+            "document.querySelector('canvas').style = 'width: 160px; height: 100px'")
+        points = [(30, 40), (30, 200), (200, 212), (90, 252), (200, 40), (310, 4)]
         before = self.shown()
         touch_test = self.start(BUILD + '/tavo', '-j', self.folder / 'state/touch')
         self.wait_for(lambda: self.shown() == before + 2)
