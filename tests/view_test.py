@@ -122,6 +122,12 @@ class View(unittest.TestCase):
         self.assertEqual(touch_test.communicate(timeout=20)[1].splitlines(),
                          traces + ['Touch released'])
 
+    def test_refuses_a_port_that_another_page_has(self):
+        second = self.start(f'--view={self.port}', 'true')
+        self.assertEqual(second.communicate(timeout=20)[1],
+                         f'tavo-panel: cannot serve the port {self.port}\n')
+        self.assertEqual(second.returncode, 2)
+
     def test_answers_the_page_only(self):
         host, here = f'localhost:{self.port}', f'http://localhost:{self.port}'
         for status, method, path, headers in (
