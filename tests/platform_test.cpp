@@ -78,6 +78,9 @@ const run_case cases[] = {
      .given = {{"pgm", pgm}}},
     {.args = "3 5 hello", .draws = text(3, 5, "hello"),
      .requests = "update 0,0 WxH wave=257 partial", .settings = "virtual 536871670x1024\n"},
+    // The product with the height wraps: one line is left of 257.
+    {.args = "-c", .draws = white, .requests = "get-vscreeninfo; update 0,0 64x257 wave=2 partial",
+     .settings = "size 64x257\nvirtual 2097152x257\n", .screen = {64, 1, 2097152, 1, 8}},
 };
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(platform, tool, testing::ValuesIn(cases), name_of_case);
