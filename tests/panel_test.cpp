@@ -86,6 +86,7 @@ const run_case messages[] = {
     refused("--touch none true", "cannot read none: No such file or directory"),
     refused("--state no/x true", "cannot make the folder no/x: No such file or directory"),
     refused("--state /tmp true", "/tmp must be a folder of yours that others cannot write to"),
+    refused("--frames /dev/null true", "cannot use the folder /dev/null: Not a directory"),
     refused("--frames /dev/null/x true", "cannot use the folder /dev/null/x: Not a directory"),
     no_stroke("4"), no_stroke("1 2 3"), no_stroke("up 1"), no_stroke("11: 1 2"),
     no_stroke("0: 1 2"), no_stroke("x 1"),
@@ -153,6 +154,12 @@ const run_case runs[] = {
         tavo-panel --state ../state --summary sh -c "(sleep 0.2; exec tavo -l) & exit 3"')",
      {.draws = bands, .requests = anything, .out = update_line("FULL", 2) + gc16, .err =
      "tavo-panel: updates 1, full 0, refused 0, panel time 450 ms\n", .status = 3}),
+    // A log that the command empties.
+    on_panel(R"(sh -c 'tavo -s "" -f
+        tavo-panel --state ../state --summary sh -c ": >../state/log; tavo -s w=1 -w du"')",
+     {.requests = "update 0,0 1x20 wave=1 partial", .out = update_line("FULL", 2) +
+     update_line("PARTIAL", 1), .err =
+     "tavo-panel: updates 1, full 0, refused 0, panel time 260 ms\n"}),
     // Settings stay, a virtual size goes with its visible one, and so do the files.
     on_panel(R"(sh -c 'tavo-panel --state s --size 9x8 --virtual 10x11 --bpp 4 tavo -s ""
         tavo-panel --state s --mm 1x2 --size 7x6 true; tavo-panel --state s --bpp 2 tavo -s ""
@@ -206,10 +213,13 @@ const run_case runs[] = {
      {.requests = anything, .out = "65278 65535 ay\n65278 65535 ay\n65278 65535 ay\n"
      "get-cmap start=254 len=4 -> 0\nupdate 2,1 3x4 wave=5 mode=16 marker=17 temperature=18 "
      "flags=19 tail=21,22 reserved -> 0, 450 ms\n"}),
-    // A descriptor from the process before.
-    on_panel(R"(sh -c 'exec 3</dev/fb0; perl -e "open F, q(<&=3);
-        ioctl(F, 0x4600, \$_ = q(x) x 160); print join q( ), unpack q(L2), \$_"')",
-     {.requests = "open; close; get-vscreeninfo", .out = "32 20"}),
+    // A descriptor from the process before, and another size at the second look.
+    on_panel(R"(--second-size 9x8/11x12 sh -c 'exec 3</dev/fb0; perl -e "open F, q(<&=3);
+        for my \$look (1, 2) {
+            ioctl(F, 0x4600, \$_ = q(x) x 160); print join(q( ), unpack q(L4), \$_), q(.)
+        }"')",
+     {.requests = "open; close; get-vscreeninfo; get-vscreeninfo", .out =
+     "32 20 40 30.9 8 11 12."}),
     // The driver's errors: an unknown request, no address, a colour past the end and without an
     // address, then regions (top, left, width, height).
     on_panel(R"(perl -e 'open F, "+<", "/dev/fb0"; $_ = "x" x 80;

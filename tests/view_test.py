@@ -3,6 +3,7 @@
 import http.client
 import os
 import pathlib
+import pty
 import re
 import subprocess
 import sys
@@ -95,6 +96,9 @@ class View(unittest.TestCase):
         os.truncate(self.folder / 'state/log', 0)
         self.draw('-s', '')  # has fewer lines than before
         self.assertEqual(self.text('#note'), '')
+        browser.refresh()
+        self.wait_for(lambda: self.shown() == 1)
+        self.assertEqual(self.text('pre'), (self.folder / 'state/log').read_text().strip())
         self.end_panel()
         self.wait_for(lambda: self.text('#note') == 'The panel has ended.')
         self.expect_glass('after the end')
@@ -121,6 +125,13 @@ class View(unittest.TestCase):
                   for (last_x, last_y), (x, y) in zip(points, points[1:])]
         self.assertEqual(touch_test.communicate(timeout=20)[1].splitlines(),
                          traces + ['Touch released'])
+
+    def test_runs_a_shell_on_a_terminal(self):
+        keys, terminal = pty.openpty()
+        shell = subprocess.Popen([BUILD + '/tavo-panel', '--view=0'], stdin=terminal,
+                                 stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        os.write(keys, b'exit 7\n')
+        self.assertEqual(shell.wait(timeout=20), 7)
 
     def test_refuses_a_port_that_another_page_has(self):
         second = self.start(f'--view={self.port}', 'true')
