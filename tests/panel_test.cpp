@@ -228,8 +228,11 @@ const run_case runs[] = {
         ask(0x4604, $_) for pack("L2 x32", 256, 0), pack("L2 x32", 255, 0), pack("L2 x32", 255, 1);
         ask(0x4050462e, pack("l4 x64", @$_)) for [0, 0, 32, 20], [19, 31, 1, 1],
             [0, 1, 32, 20], [1, 0, 32, 20], [0, -1, 5, 5], [-1, 0, 5, 5], [0, 0, 0, 5],
-            [0, 0, 5, 0], [2147483647, 0, 1, 1], [0, 2147483647, 1, 1]')",
-     {.requests = anything, .out = "25 14 22 0 14 0 0 22 22 22 22 22 22 22 22 "}),
+            [0, 0, 5, 0], [2147483647, 0, 1, 1], [0, 2147483647, 1, 1];
+        system("head -n 6 ../state/log")')",
+     {.requests = anything, .out = "25 14 22 0 14 0 0 22 22 22 22 22 22 22 22 "
+     "open -> 0\nunknown 0x1234 -> -1\nget-vscreeninfo -> -1\nget-cmap start=256 len=0 -> -1\n"
+     "get-cmap start=255 len=0 -> 0\nget-cmap start=255 len=1 -> -1\n"}),
     // Depths without grays: the glass stays white, and so is the working buffer.
     on_panel(R"(sh -c 'tavo-panel --state s --size 2x1 --bpp 32 perl -e "
             open F, qq(+<), qq(/dev/fb0); syswrite F, qq(xxxxxxxx);
@@ -256,12 +259,14 @@ const run_case runs[] = {
     on_panel(R"(sh -c 'tavo -n -s ""; cat ../state/hold; tavo -n; cat ../state/hold')",
      {.requests = anything, .out = gc16 + "1\n0\n"}),
     // Strokes as the records of a 32-bit kernel; more of them than the FIFO holds; and no reader.
-    on_panel(R"(--touch strokes sh -c 'head -c 432 ../state/touch | od -An -v -w16 -td2 |
-        while read a b c d type code value sign; do echo $type $code $value $sign; done')",
-     {.out = "3 47 0 0\n3 57 0 0\n3 53 10 0\n3 54 20 0\n0 0 0 0\n3 47 1 0\n3 57 1 0\n"
-     "3 53 -30 -1\n3 54 40 0\n0 0 0 0\n3 57 -1 -1\n0 0 0 0\n3 47 0 0\n3 53 10 0\n3 54 21 0\n"
-     "0 0 0 0\n3 47 1 0\n3 57 1 0\n3 53 1 0\n3 54 2 0\n0 0 0 0\n"
-     "3 47 0 0\n3 57 -1 -1\n0 0 0 0\n3 47 1 0\n3 57 -1 -1\n0 0 0 0\n", .err = never_opened,
+    on_panel(R"(--touch strokes perl -e 'open F, "<", "../state/touch"; read F, my $events, 432;
+        for (unpack "(a16)*", $events) {
+            my ($seconds, $microseconds, @event) = unpack "L2 S2 l";
+            print "@event", abs(time - $seconds) < 99 && $microseconds < 1e6 ? "\n" : " late\n";
+        }')",
+     {.out = "3 47 0\n3 57 0\n3 53 10\n3 54 20\n0 0 0\n3 47 1\n3 57 1\n3 53 -30\n3 54 40\n0 0 0\n"
+     "3 57 -1\n0 0 0\n3 47 0\n3 53 10\n3 54 21\n0 0 0\n3 47 1\n3 57 1\n3 53 1\n3 54 2\n"
+     "0 0 0\n3 47 0\n3 57 -1\n0 0 0\n3 47 1\n3 57 -1\n0 0 0\n", .err = never_opened,
      .given = {{"strokes", "# two fingers\n10 20\n2: -30 40\n2: up\n\n10 21\n2: 1 2\nup\n"}}}),
     on_panel(R"(sh -c 'yes 1 2 | head -n 2000 >many
         tavo-panel --state s --touch many sh -c "head -c 96016 s/touch | wc -c"; rm -r many s')",
