@@ -3,6 +3,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -105,6 +106,8 @@ const run_case messages[] = {
      .status = 127}),
     alone("--png no/x.png sh -c 'tavo -l; exit 7'", {.out = gc16, .err =
      "tavo-panel: cannot write no/x.png: No such file or directory\n", .status = 7}),
+    alone(R"(sh -c 'TMPDIR= tavo-panel sh -c "echo \${TAVO_PANEL_STATE%.*}"')",
+     {.out = "/tmp/tavo-panel\n", .err = never_opened + never_opened}),
     // What is no file is not replaced; through a link the real device is safe from a fault.
     alone("sh -c 'ln -s /dev/full full; tavo-panel --png full tavo -l; echo $?; rm full'",
      {.out = gc16 + "1\n", .err = "tavo-panel: cannot write full: No space left on device\n" +
@@ -119,7 +122,7 @@ const run_case runs[] = {
     on_panel(R"(sh -c 'tavo-panel --state ../state --summary --frames film sh -c "
             for wave in du a2 gc16 gl16 reagl reagld gck16 glkw16 none; do
                 tavo -w \$wave -s w=1; tavo -w \$wave -s w=1 -f
-            done; tavo -x -1 -s w=1" >said
+            done; tavo -x -1 -s w=1 -f" >said
         ls film | cut -d - -f 4 | uniq; rm -r film said')", {.requests = anything, .out =
      "du\na2\ngc16\ngl16\nreagl\nreagld\ngck16\nglkw16\nauto\n", .err =
      "retrying.. -1retrying.. -1retrying.. -1retrying.. -1retrying.. -1"
@@ -183,9 +186,13 @@ const run_case runs[] = {
      "tavo: open_device> cannot open framebuffer device \"/dev/fb0\"\n", .err = never_opened}),
     on_panel("true", {.err = "panel: ../state/panel: cannot take \"colour 1\"\n"
      "tavo-panel: cannot use the settings in ../state\n", .status = 2, .settings = "colour 1\n"}),
+    // No part of a picture is left that cannot be completed.
+    on_panel(R"(sh -c 'exec 2>/dev/null
+        tavo-panel --state ../state --png p.png sh -c "echo size x >../state/panel"; echo $?')",
+     {.out = "1\n", .err = never_opened}),
     // A panel that cannot be made leaves the one on which it was called.
-    on_panel("sh -c 'TMPDIR=/none tavo-panel true 2>/dev/null; tavo -l'", {.draws = bands,
-     .requests = "get-vscreeninfo; update 0,0 WxH wave=2 partial"}),
+    on_panel("sh -c 'TMPDIR=/none tavo-panel true 2>/dev/null; echo $?; tavo -l'", {.draws = bands,
+     .requests = anything, .out = "2\n" + gc16}),
     // Paths from which the library cannot be preloaded directly.
     on_panel(R"(sh -c 'for folder in "a b" a:b; do
             mkdir "$folder"; ln $(dirname $(command -v tavo))/*tavo-panel* "$folder"
@@ -282,9 +289,11 @@ const run_case runs[] = {
         tavo -n -g white; rm -r one white s')",
      {.draws = rectangle(0, 0, 32, 20, 255), .requests = "get-hold 1; set-hold 0; release-hold 0",
      .out = never_opened + "tavo-panel: nobody read all strokes from \n"}),
-    // A picture goes through a link.
-    on_panel(R"(sh -c 'touch p.png; ln -s p.png link; tavo-panel --png link tavo -l
-        head -c 4 p.png | tail -c 3; rm p.png link')", {.out = gc16 + "PNG", .err = never_opened}),
+    // A picture goes through a link, at the end.
+    on_panel(R"(sh -c 'touch p.png; ln -s p.png link
+        tavo-panel --png link sh -c "tavo -l; sleep 0.1; wc -c <p.png"
+        head -c 4 p.png | tail -c 3; rm p.png link')",
+     {.out = gc16 + "0\nPNG", .err = never_opened}),
     // A frame for each update, with numbers that go on; the picture comes while the command runs.
     on_panel(R"(sh -c 'play() { tavo-panel --state ../state --png p.png --frames film "$@"; }
         tavo -l # a picture may be one of the glass before the next update
@@ -312,7 +321,9 @@ TEST(panel, library)
 {
     const virtual_panel panel({.screen = {64, 100, 64, 100, 8}});
     setenv("TAVO_PANEL_STATE", (panel.folder + "/state").c_str(), 1);
-    setenv("TAVO_PANEL_FAIL", "calloc", 1);
+    setenv("TAVO_PANEL_FAIL", "open:1 map:1 get-hold read:2 calloc", 1);
+    EXPECT_EQ(PANEL(open)("/dev/fb0", O_RDWR), -1);
+    EXPECT_EQ(errno, ENODEV);
     FILE *const stream = PANEL(fopen)("/dev/fb0", "rb+");
     ASSERT_NE(stream, nullptr);
     EXPECT_EQ(fputs("abc", stream), 1);
@@ -325,21 +336,31 @@ TEST(panel, library)
         void *const mapped = PANEL(mmap64)(nullptr, length, protection, MAP_SHARED, fd, offset);
         return mapped == MAP_FAILED ? errno : munmap(mapped, length);
     };
+    EXPECT_EQ(map(8192, PROT_READ, 0), EAGAIN);
     EXPECT_EQ(map(8192, PROT_READ, 0), 0); // two pages
     EXPECT_EQ(map(4096, PROT_READ, 4096), 0);
     EXPECT_EQ(map(4097, PROT_READ, 4096), EINVAL);
     EXPECT_EQ(map(1, PROT_READ, 8192), EINVAL);
     EXPECT_EQ(map(1, PROT_READ, -4096), EINVAL);
     EXPECT_EQ(map(1, PROT_WRITE, 0), EACCES);
-    errno = 0;
+    uint32_t hold = 0;
+    EXPECT_EQ(PANEL(ioctl)(fd, 0x40044634, &hold), -1);
+    EXPECT_EQ(errno, EIO);
+    char byte;
+    EXPECT_EQ(PANEL(read)(fd, &byte, 1), 1);
+    using checked_read = ssize_t(int, void *, size_t, size_t); // of a fortified program
+    EXPECT_EQ(from_library<checked_read>(nullptr, "__read_chk")(fd, &byte, 1, 1), -1);
+    EXPECT_EQ(errno, EIO);
     EXPECT_EQ(PANEL(calloc)(1, 1), nullptr);
     EXPECT_EQ(errno, ENOMEM);
     EXPECT_EQ(PANEL(close)(fd), 0);
     EXPECT_EQ(panel.read("state/log"),
-              "open -> 0\nopen -> 0\nmap 8192 offset=0 shared -> 0\n"
-              "map 4096 offset=4096 shared -> 0\nmap 4097 offset=4096 shared -> -1\n"
-              "map 1 offset=8192 shared -> -1\nmap 1 offset=-4096 shared -> -1\n"
-              "map 1 offset=0 shared -> -1\nfault calloc:1\nclose -> 0\n");
+              "fault open:1\nopen -> -1\nopen -> 0\nopen -> 0\n"
+              "fault map:1\nmap 8192 offset=0 shared -> -1\n"
+              "map 8192 offset=0 shared -> 0\nmap 4096 offset=4096 shared -> 0\n"
+              "map 4097 offset=4096 shared -> -1\nmap 1 offset=8192 shared -> -1\n"
+              "map 1 offset=-4096 shared -> -1\nmap 1 offset=0 shared -> -1\n"
+              "fault get-hold:1\nget-hold 0 -> -1\nfault read:2\nfault calloc:1\nclose -> 0\n");
     unsetenv("TAVO_PANEL_STATE");
     unsetenv("TAVO_PANEL_FAIL");
 }
