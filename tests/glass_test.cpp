@@ -20,6 +20,10 @@ const glass_step steps[] = {
     {"-x 30 -y 2 -d l=7f,w=20,h=11 -w a2", 30, 2, 20, 11, 2, false, false},
     {"-s '' -w du", 0, 0, 61, 43, 2, false, false}, // nothing has changed
     {"-x 2 -y 1 -s w=31,h=9 -w a2 -f", 2, 1, 31, 9, 2, true, false},
+    // Drawn, not shown; all shown by a full update, after which nothing has changed.
+    {"-x 3 -y 20 -d l=55,w=20,h=11 -n", 0, 0, 0, 0, 2, false, false},
+    {"-s '' -w a2 -f", 0, 0, 61, 43, 2, true, false},
+    {"-s '' -w gc16", 0, 0, 61, 43, 16, false, false},
     {"-x -5 -y -3 -s w=20,h=11 -w a2 -f", -5, -3, 20, 11, 2, true, false},
     {"-v -s '' -w gl16", 0, 0, 61, 43, 16, false, true}, // everything has
     {"-x 9 -y 0 -s w=40,h=43", 9, 0, 40, 43, 16, false, false},

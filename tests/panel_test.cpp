@@ -100,6 +100,9 @@ const run_case messages[] = {
      .status = 126, .given = {{"script", "#! /sbin/ldconfig -p\n", 0755}}}),
     alone("ldconfig", {.err = "tavo-panel: /sbin/ldconfig is statically linked" + draws_on_device,
      .status = 126, .environment = "PATH=" PROGRAMS_FOLDER "::/sbin"}),
+    alone("chage", {.err = "tavo-panel: /usr/bin/chage has rights that its caller has not "
+     "(set-user-ID, set-group-ID or file capabilities)" + draws_on_device, .status = 126,
+     .environment = "PATH=" PROGRAMS_FOLDER ":/usr/bin"}),
     alone("./foreign", {.err = "tavo-panel: ./foreign is built for another processor than the "
      "panel" + draws_on_device, .status = 126, .given = {foreign}}),
     alone("./none", {.err = "tavo-panel: cannot run ./none: No such file or directory\n",

@@ -105,7 +105,7 @@ class View(unittest.TestCase):
 
     def drag(self, points):
         canvas = browser.find_element(By.CSS_SELECTOR, 'canvas')
-        actions = ActionChains(browser, duration=0)
+        actions = ActionChains(browser, duration=0).move_to_element(canvas)  # draws nothing
         for x, y in points:  # the driver counts from the middle, the canvas is scaled
             actions.move_to_element_with_offset(canvas, x // 2 - WIDTH // 4, y // 4 - HEIGHT // 8)
             if (x, y) == points[0]:
