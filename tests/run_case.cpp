@@ -156,11 +156,13 @@ run_result virtual_panel::run(const run_case &c) const
     const std::string command =
         command_of(c, folder) + " </dev/null >>../out 2>>../err " + c.streams;
     const pid_t child = start([&] { execl("/bin/sh", "sh", "-c", command.c_str(), nullptr); });
-    const pid_t feeder = start([&] { feed(c.pipe, folder + "/files/pipe"); });
+    const pid_t feeder = c.pipe.empty() ? 0 : start([&] { feed(c.pipe, folder + "/files/pipe"); });
     int status;
     waitpid(child, &status, 0);
-    kill(feeder, SIGKILL);
-    waitpid(feeder, nullptr, 0);
+    if (feeder > 0) {
+        kill(feeder, SIGKILL);
+        waitpid(feeder, nullptr, 0);
+    }
     return {.status = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status),
             .out = with_masked_address(read("out")),
             .err = read("err"),
