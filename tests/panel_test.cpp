@@ -249,7 +249,8 @@ const run_case runs[] = {
             ioctl(F, 0x4050462e, \$_ = pack(qq(l4 x64), 0, 0, 2, 1));
             ioctl(F, 0xc0044634, \$_ = qq(x) x 4); print unpack qq(H8), \$_"
         od -An -t x1 s/glass; rm -r s')", {.out = "ffffffff ff ff\n", .err = never_opened}),
-    // The settings are read at each open; the millimetres are 88 bytes into the report.
+    // The settings are read at each open, and what the file has no longer is the default again; the
+    // millimetres are 88 bytes into the report.
     on_panel(R"(--mm 7x6 perl -e 'open F, "+<", "/dev/fb0";
         system("printf \"size 32x20\nvirtual 40x30\nsecond-size 9x8\n\" >../state/panel");
         open F, "+<", "/dev/fb0";

@@ -75,7 +75,8 @@ class View(unittest.TestCase):
 
     def test_shows_the_glass_and_flashes_at_full_updates(self):
         browser.execute_script(NOTE_FILLS)
-        self.start(BUILD + '/tavo', '-f', '-x', '-1', '-s', '').communicate()  # is refused
+        refused = self.start(BUILD + '/tavo', '-f', '-x', '-1', '-s', '')
+        refused.communicate(timeout=20)
         for arguments in (['-l'], ['-w', 'du', '-d', 'l=80,w=90,h=50', '-x', '9', '-y', '7'],
                           ['-f', '-s', 'w=30,h=40', '-x', '10', '-y', '20'], ['-f', '-s', '']):
             self.draw(*arguments)
@@ -130,6 +131,7 @@ class View(unittest.TestCase):
         keys, terminal = pty.openpty()
         shell = subprocess.Popen([BUILD + '/tavo-panel', '--view=0'], stdin=terminal,
                                  stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.addCleanup(shell.kill)
         os.write(keys, b'exit 7\n')
         self.assertEqual(shell.wait(timeout=20), 7)
 
