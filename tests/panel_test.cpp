@@ -95,7 +95,7 @@ const run_case messages[] = {
      "usage: tavo-panel [options] [--] command [arguments]\n  aligned_alloc\n\n"
      "  tavo-panel --state /tmp/panel --fail \"update:1-3\" -- sh -c 'tavo -c && tavo -i'\n",
      .err = never_opened}),
-    alone("--version", {.out = "tavo-panel 1.1.0\n"}),
+    alone("--version", {.out = "tavo-panel 1.2.0\n"}),
     alone("./script", {.err = "tavo-panel: /sbin/ldconfig is statically linked" + draws_on_device,
      .status = 126, .given = {{"script", "#! /sbin/ldconfig -p\n", 0755}}}),
     alone("ldconfig", {.err = "tavo-panel: /sbin/ldconfig is statically linked" + draws_on_device,
