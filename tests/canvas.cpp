@@ -42,7 +42,7 @@ std::string replaced(std::string text, const std::string &old, const std::string
 std::string content_of(const std::string &file)
 {
     std::ifstream in(std::filesystem::path(TESTS_FOLDER) / file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
+    return (std::ostringstream() << in.rdbuf()).str();
 }
 
 canvas::canvas(const geometry &g) : shape(g), memory(g.buffer(), '\0')
@@ -199,19 +199,13 @@ painter levels(const std::function<int(const geometry &g, int x, int y)> &level_
     };
 }
 
-painter xor_pattern_of(int depth)
-{
-    return levels([=](const geometry &g, int x, int y) {
-        const int most = (1 << depth) - 1, in_byte = 8 / g.bpp;
-        const int value = (x ^ y) >> (depth == 8 ? 0 : 3) & most;
-        const bool whole_byte = x < g.columns() / in_byte * in_byte;
-        return !whole_byte ? -1 : depth > g.bpp ? 0 : value * 255 / most;
-    });
-}
-
 void xor_pattern(canvas &c)
 {
-    xor_pattern_of(c.shape.bpp)(c);
+    levels([](const geometry &g, int x, int y) {
+        const int most = (1 << g.bpp) - 1, in_byte = 8 / g.bpp;
+        const int value = (x ^ y) >> (g.bpp == 8 ? 0 : 3) & most;
+        return x < g.columns() / in_byte * in_byte ? value * 255 / most : -1;
+    })(c);
 }
 
 painter rectangle(int64_t x, int64_t y, int64_t width, int64_t height, int level)

@@ -19,16 +19,15 @@ struct geometry {
 };
 constexpr geometry paper = {758, 1024, 758, 1024, 8};
 
-/// At 1, 2, 4 and 8 bits an ordinary, a padded, a tiny and a tall screen. Then one whose last pixel
-/// lies past its memory, which ends with a page, one whose lines have no whole byte, and one that
-/// claims more than it has.
+/// One screen of each kind: the depths, lines that are longer than what is visible, a buffer of two
+/// screens, tall and tiny ones, a last pixel past the memory, which ends with a page, lines that
+/// end within a byte or have no whole one, and a driver that claims more pixels than a line has.
 // clang-format off
 inline const std::vector<geometry> all_screens = {
-    {758, 1024, 758, 1024, 1}, {758, 1024, 768, 2048, 1}, {5, 3, 8, 3, 1}, {40, 600, 40, 600, 1},
-    {758, 1024, 758, 1024, 2}, {758, 1024, 768, 2048, 2}, {5, 3, 8, 3, 2}, {40, 600, 40, 600, 2},
-    {758, 1024, 758, 1024, 4}, {758, 1024, 768, 2048, 4}, {5, 3, 8, 3, 4}, {40, 600, 40, 600, 4},
-    {758, 1024, 758, 1024, 8}, {758, 1024, 768, 2048, 8}, {5, 3, 8, 3, 8}, {40, 600, 40, 600, 8},
-    {8193, 4, 8193, 4, 1}, {5, 3, 5, 3, 1}, {60, 50, 48, 50, 8},
+    {758, 1024, 768, 2048, 1}, {40, 600, 40, 600, 1}, {8193, 4, 8193, 4, 1}, {5, 3, 5, 3, 1},
+    {758, 1024, 758, 1024, 2}, {5, 3, 8, 3, 2},
+    {758, 1024, 768, 2048, 4}, {40, 600, 40, 600, 4},
+    {758, 1024, 758, 1024, 8}, {5, 3, 8, 3, 8}, {60, 50, 48, 50, 8},
 };
 // clang-format on
 
@@ -79,9 +78,7 @@ void white(canvas &);
 painter text(int column, int row, const std::string &letters, bool highlight = false);
 painter rectangle(int64_t x, int64_t y, int64_t width, int64_t height, int level);
 painter grid(int64_t spacing);
-/// x XOR y, computed for a depth: in whole bytes, black where that is more than the screen's.
-painter xor_pattern_of(int depth);
-void xor_pattern(canvas &); ///< of the screen's own depth
+void xor_pattern(canvas &); ///< x XOR y, in whole bytes
 painter in_order(const std::vector<painter> &steps);
 /// Every visible pixel gets its level (0..255); one with a negative level stays.
 painter levels(const std::function<int(const geometry &g, int x, int y)> &level_of);

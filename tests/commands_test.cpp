@@ -22,7 +22,7 @@ std::string working_buffer(const geometry &g)
 const test_file small_buffer = {"wb", working_buffer(small), 0666};
 
 // clang-format off
-const run_case operands[] = {
+const std::vector<run_case> operands = {
     {.args = "", .out = usage, .status = 1, .name = "usage"},
     {.args = "3 5 hi", .draws = text(3, 5, "hi"), .requests = "update 0,0 WxH wave=257 partial"},
     {.args = "hi world", .draws = text(0, 0, "hi"), .requests = "update 0,0 WxH wave=257 partial"},
@@ -52,7 +52,7 @@ const run_case operands[] = {
      .streams = "0<&- 1>&- 2>&-", .name = "all streams closed"},
 };
 
-const run_case options[] = {
+const std::vector<run_case> options = {
     {.args = "-c", .draws = white, .requests = "get-vscreeninfo; update 0,0 WxH wave=2 partial"},
     {.args = "-c -f", .draws = white,
      .requests = "get-vscreeninfo; update 0,0 WxH wave=2 full; wait marker=42", .name = "c_full"},
@@ -110,7 +110,7 @@ const run_case options[] = {
      .out = "tavo: paint_bitmap> cannot open \"" + std::string(5000, 'n') + "\"\n", .status = 1},
 };
 
-const run_case dumps[] = {
+const std::vector<run_case> dumps = {
     {.args = "-k wb", .requests = "get-work-buffer", .out = buffer_written, .files = {small_buffer},
      .screen = small},
     {.args = "-k wb hello", .requests = "get-work-buffer", .out = buffer_written,

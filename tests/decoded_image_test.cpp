@@ -20,7 +20,7 @@ class picture : public tool {};
 TEST_P(picture, is_painted_and_unpacked)
 {
     run_case painted = GetParam();
-    std::string &call = painted.args.text;
+    std::string &call = painted.args;
     const std::string name = call.substr(0, call.find(' '));
     int x = 0, y = 0;
     sscanf(call.c_str(), "%*s -x%d -y%d", &x, &y);
@@ -29,7 +29,7 @@ TEST_P(picture, is_painted_and_unpacked)
     painted.given = {{name, content_of("pictures/" + name)}};
 
     run_case unpacked = painted;
-    unpacked.args.text = "-t " + name + " new";
+    unpacked.args = "-t " + name + " new";
     canvas screen(painted.screen);
     white(screen);
     paint(screen, decoded, 0, 0);
@@ -46,7 +46,7 @@ TEST_P(picture, is_painted_and_unpacked)
 }
 
 // clang-format off
-const run_case formats[] = { // a small picture may have any number of scans
+const std::vector<run_case> formats = { // a small picture may have any number of scans
     {"gray.png"}, {"gray-alpha.png"}, {"rgb.png"}, {"rgb-16-bits.png"}, {"palette.png"},
     {"gray.jpg"}, {"colour-420.jpg"}, {"colour-422.jpg"}, {"colour-444.jpg"}, {"progressive.jpg"},
     {"many-scans.jpg"}, {"rgb.bmp"}, {"rgb.hdr"}, {"rgba-rle.psd"}, {"rgba-rle.tga"},
@@ -54,14 +54,14 @@ const run_case formats[] = { // a small picture may have any number of scans
 };
 const std::vector<geometry> narrow = {
     {37, 30, 40, 30, 1}, {37, 30, 40, 30, 2}, {37, 30, 40, 30, 4}, {37, 30, 40, 30, 8}};
-const run_case places[] = {
+const std::vector<run_case> places = {
     {"rgba-interlaced.png"}, {"rgba-interlaced.png -x1"}, {"rgba-interlaced.png -x500 -y8"},
     {"rgba-interlaced.png -x757 -y1000"}, {"gray.png -x750 -y1010"}, {"gray.png -x0 -y-1"},
     {"gray.png -x-1"}, {"rgb.png -x3 -y2"}, {"rgb.png -x2147483647 -y9"},
     {"rgb.png -x9 -y2147483647"}, {"gray.pgm"}, // which is longer than what is read ahead
 };
 
-const run_case outputs[] = {
+const std::vector<run_case> outputs = {
     // The output file is not truncated, and keeps its mode.
     {.args = "-t in out third",
      .files = {{"out", "\x1E\xFF\xFF\xFF\x5F\xFF\xFF\xFF\xFF\xFF\xFF\xFFxyz", 0600}},
@@ -80,18 +80,18 @@ INSTANTIATE_TEST_SUITE_P(places, picture, testing::ValuesIn(on_screens(places)),
 INSTANTIATE_TEST_SUITE_P(outputs, tool, testing::ValuesIn(outputs), name_of_case);
 
 /// A file in tests/refused: the reason is given, and the screen stays.
-run_case refused(const shell_words &name, const std::string &reason)
+run_case refused(const std::string &name, const std::string &reason)
 {
-    return {.args = {"-g " + name.text, name.file, name.line},
+    return {.args = "-g " + name,
             .requests = "get-vscreeninfo; update 0,0 WxH wave=2 partial",
-            .out = "tavo: paint_image> cannot open \"" + name.text + "\":" + reason + "\n",
+            .out = "tavo: paint_image> cannot open \"" + name + "\":" + reason + "\n",
             .status = 1,
             .screen = {40, 30, 48, 30, 4},
-            .given = {{name.text, content_of("refused/" + name.text)}}};
+            .given = {{name, content_of("refused/" + name)}}};
 }
 
 // clang-format off
-const run_case refusals[] = {
+const std::vector<run_case> refusals = {
     refused("text", "unknown image type"),
     // Too much memory or time.
     refused("memory.jpg", "outofmem"), refused("memory.png", "outofmem"),

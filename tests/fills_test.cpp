@@ -1,6 +1,4 @@
 // The clear, the test patterns, rectangles and the grid.
-#include "display/device.h"
-#include "draw/fills.h"
 #include "run_case.h"
 
 namespace {
@@ -25,7 +23,7 @@ painter shown(const std::vector<painter> &drawings)
         c.finish();
     };
 }
-run_case filled(const shell_words &args, int64_t x, int64_t y, int64_t width, int64_t height,
+run_case filled(const std::string &args, int64_t x, int64_t y, int64_t width, int64_t height,
                 int level)
 {
     const auto draw = [=](canvas &c) {
@@ -36,7 +34,7 @@ run_case filled(const shell_words &args, int64_t x, int64_t y, int64_t width, in
 }
 
 // clang-format off
-const run_case fills[] = {
+const std::vector<run_case> fills = {
     {.args = "-c", .draws = shown({white})},
     {.args = "-q", .draws = shown({squares})},
     {.args = "-l", .draws = shown({levels_of_16})},
@@ -51,9 +49,12 @@ const run_case fills[] = {
     filled("-dl=40,w=20,h=11 -x3 -y2", 3, 2, 20, 11, 0x40),
     filled("-dl=1ff,w=20,h=20 -x-5 -y10", -5, 10, 20, 20, 0x1FF),
     filled("-dl=c3,w=20,h=20 -x10 -y-1", 10, -1, 20, 20, 0xC3),
-    filled("-dl=AA,w=9,h=9 -x758 -y1024", 758, 1024, 9, 9, 0xAA),
     filled("-dl=55,w=9,h=9 -x759 -y1025", 759, 1025, 9, 9, 0x55),
-    filled("-dl=80,w=9,h=9 -x40 -y600", 40, 600, 9, 9, 0x80),
+    // A left of exactly the width, and a top of exactly the height, are no origins off the screen.
+    filled("-dl=80,w=9,h=9 -x40", 40, 0, 9, 9, 0x80),
+    filled("-dl=80,w=9,h=9 -y600", 0, 600, 9, 9, 0x80),
+    filled("-dl=80,w=9,h=9 -x758", 758, 0, 9, 9, 0x80),
+    filled("-dl=80,w=9,h=9 -y1024", 0, 1024, 9, 9, 0x80),
     filled("-dl=80,w=1,h=1 -x757 -y1023", 757, 1023, 1, 1, 0x80),
     filled("-dl=0,w=2147483647,h=9 -x1 -y2", 1, 2, INT32_MAX, 9, 0),
     filled("-dl=5c,w=2147483647,h=2147483647 -x2147483647 -y-2147483648",
@@ -61,22 +62,4 @@ const run_case fills[] = {
 };
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(fills, tool, testing::ValuesIn(on_screens(fills)), name_of_case);
-
-TEST(fills, modes_that_no_option_gives)
-{
-    for (int i = 0; i < 4 * 262; ++i) {
-        const geometry g = {i % 4 < 3 ? 21 : 300, 9, 304, 9, 1 << i % 4};
-        const int mode = i / 4 - 1, depth = mode < 256 || mode > 259 ? g.bpp : 1 << (mode - 256);
-        canvas got(g), drawn(g);
-        auto *pixels = reinterpret_cast<uint8_t *>(got.memory.data());
-        const surface screen = {g.width, g.virtual_width, g.height, g.bpp, pixels};
-        display_device = {uint32_t(g.line()), uint32_t(g.screen()), -1, pixels, screen, 0, nullptr};
-        paint_xor_pattern(mode);
-        if (mode >= 0 && mode < 256)
-            drawn.memory.assign(g.screen(), char(mode));
-        else
-            xor_pattern_of(depth)(drawn);
-        EXPECT_EQ(drawn.difference(got.memory), "") << "mode " << mode;
-    }
-}
 } // namespace

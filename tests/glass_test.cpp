@@ -60,7 +60,7 @@ INSTANTIATE_TEST_SUITE_P(depths, glass, testing::Values(1, 2, 4, 8));
 const std::string outside = "update -1,0 4x4 wave=2 partial -> -1, outside the screen";
 const std::string again = "; sleep 500000; " + outside;
 // clang-format off
-const run_case refusals[] = {
+const std::vector<run_case> refusals = {
     {.args = "-x -1 -d l=0,w=4,h=4", .draws = rectangle(-1, 0, 4, 4, 0),
      .requests = "get-vscreeninfo; " + outside + again + again + again + again + again,
      .err = "retrying.. -1retrying.. -1retrying.. -1retrying.. -1retrying.. -1", .screen = small},

@@ -67,12 +67,12 @@ TEST_P(raw_file, is_painted)
     run_case c = GetParam();
     char name[40];
     int x = 0, y = 0;
-    sscanf(c.args.text.c_str(), "%*s %39s -x%d -y%d", name, &x, &y);
+    sscanf(c.args.c_str(), "%*s %39s -x%d -y%d", name, &x, &y);
     const raw_image image(name, c.screen);
     c.given = {{name, image.content}};
     c.settings = "regions any\n";
     c.draws = [&](canvas &drawn) {
-        if (c.args.text.starts_with("-o")) {
+        if (c.args.starts_with("-o")) {
             overlay(drawn, c.screen, image, x, y);
             overlay(drawn, c.screen, image, 0, 0);
         } else {
@@ -84,7 +84,7 @@ TEST_P(raw_file, is_painted)
 }
 
 // clang-format off
-const run_case bitmaps[] = {
+const std::vector<run_case> bitmaps = {
     {"-b 2x2 -x10 -y20"}, {"-b 4x1 -x1"}, {"-b 5x3"}, {"-b 5x3 -x3 -y1"}, {"-b 7x3 -x6"},
     // Over the edges, past them, far past them.
     {"-b 5x3 -x-2 -y-1"}, {"-b 9x3 -x-3"}, {"-b 40x600 -x-16 -y-599"}, {"-b 40x600 -x735 -y1000"},
@@ -98,7 +98,7 @@ const run_case bitmaps[] = {
     {"-b 5x3@3 -x1 -y1"}, {"-b 759x3,15 -x1 -y1"}, {"-b 5x1025,900000 -x1 -y1"},
     {"-b 2147483648x2,15"}, {"-b 4294967295x1@4294967295,2000000 -x5 -y5"},
 };
-const run_case overlays[] = {
+const std::vector<run_case> overlays = {
     // Inside, over the edges of the memory, far past them.
     {"-o 4x3@4"}, {"-o 4x3@4,99 -x10 -y20"}, {"-o 5x3@4,99 -x-5 -y1"}, {"-o 9x9@1,99"},
     {"-o 5x9@4,99 -x1"}, {"-o 40x300@4 -x0 -y-300"}, {"-o 758x512@4 -x0 -y900"},
@@ -116,7 +116,7 @@ INSTANTIATE_TEST_SUITE_P(overlays, raw_file, testing::ValuesIn(on_screens(overla
 const geometry before = {50, 50, 52, 50, 8}, later = {40, 30, 40, 30, 8};
 const raw_image small("4x3@4", before);
 /// The file "in", overlaid on the second screen at each of the places after what the tool says.
-run_case overlaid(const shell_words &args, const std::vector<std::pair<int, int>> &places,
+run_case overlaid(const std::string &args, const std::vector<std::pair<int, int>> &places,
                   const std::string &says = "")
 {
     const auto draw = [=](canvas &c) {
@@ -148,7 +148,7 @@ const painter piped = [](canvas &c) {
 const std::string bitmap_header = "tavo: paint_bitmap> cannot read image header\n";
 const std::string header = "tavo: overlay_bitmap> cannot read image header\n";
 const std::string memory = "tavo: overlay_bitmap> cannot allocate overlay buffer memory\n";
-const run_case messages[] = {
+const std::vector<run_case> messages = {
     overlaid("-m in -f -wdu", {{0, 0}, {0, 0}}),
     overlaid("-o -x3 in none", {{3, 0}, {0, 0}}),
     overlaid("-o none 1 in", {{0, 1}}, "tavo: overlay_bitmap> cannot open \"none\"\n"),

@@ -12,7 +12,7 @@ painter printed(int column, int row, const std::string &letters, bool highlight 
 }
 
 // clang-format off
-const run_case texts[] = {
+const std::vector<run_case> texts = {
     {.args = "0 0 ABCDEFGHIJKLMNOPQRSTUVWXYZ",
      .draws = printed(0, 0, "ABCDEFGHIJKLMNOPQRSTUVWXYZ")},
     {.args = "1 2 abcdefghijklmnopqrstuvwxyz",
@@ -56,7 +56,7 @@ painter scrolled(int64_t start, int64_t count, int64_t width = 0, bool full = fa
 }
 
 // clang-format off
-const run_case scrolls[] = {
+const std::vector<run_case> scrolls = {
     {.args = "-z 2 3 5", .draws = scrolled(2, 3, 5)},
     {.args = "-z 2 1 1", .draws = scrolled(2, 1, 1)},
     {.args = "-z 2 28", .draws = scrolled(2, 28)},

@@ -105,18 +105,18 @@ painter ends(const std::string &reason, const std::string &fault = "")
 }
 
 /// Events, and what happens.
-run_case traced(const shell_words &events, const std::string &happens,
+run_case traced(const std::string &events, const std::string &happens,
                 const geometry &screen = paper)
 {
-    return {.args = {"-j pipe", events.file, events.line},
+    return {.args = "-j pipe",
             .draws = [=](canvas &c) { run(c, happens, "Success", c.err); },
             .screen = screen,
-            .pipe = writes_of(events.text),
-            .name = "j pipe " + events.text};
+            .pipe = writes_of(events),
+            .name = "j pipe " + events};
 }
 
 // clang-format off
-const run_case strokes[] = {
+const std::vector<run_case> strokes = {
     traced("slot 0 x 10 y 20 key 21 | x 30 y 25 | pressure 9 | x 12 y 5",
            "30 25 10 20, 12 5 30 25"),
     traced("slot 0 x 10 y 20 x 30 y 25 half | x 12 y 5 half | half", "30 25 10 20, 12 5 30 25"),
@@ -154,7 +154,7 @@ const run_case strokes[] = {
     traced("slot 1 x 0 y 0 x 3000000 y 2000001 x 700 y 5",
            "3000000 2000001 0 0, 700 5 3000000 2000001"),
 };
-const run_case no_events[] = {traced("", "")};
+const std::vector<run_case> no_events = {traced("", "")};
 // clang-format on
 const std::vector<geometry> ordinary = {
     {758, 1024, 758, 1024, 1}, {758, 1024, 768, 2048, 2}, {758, 1024, 768, 2048, 4}, paper};
@@ -168,7 +168,7 @@ const painter unheard = [](canvas &c) {
 };
 const painter at_once = [](canvas &c) { run(c, "2 -200 1 -200, released, exit", "", c.out); };
 // clang-format off
-const run_case devices[] = {
+const std::vector<run_case> devices = {
     traced("slot 0 x 4 y 2", "exit", {5, 3, 8, 3, 8}),
     traced("slot 1 x 1 y 0 x 39 y 599 x 3 y 300 | slot 0 x 130 y 500 slot 0 x 30 y 481",
            "39 599 1 0, 3 300 39 599, exit", {40, 600, 40, 600, 2}),

@@ -3,14 +3,14 @@
 
 namespace {
 /// Shows the whole screen with a waveform.
-run_case waveform(const shell_words &name, int mode)
+run_case waveform(const std::string &name, int mode)
 {
-    return {.args = {"-s '' -w " + name.text, name.file, name.line},
+    return {.args = "-s '' -w " + name,
             .requests = formatted("update 0,0 WxH wave=%d partial", mode)};
 }
 
 // clang-format off
-const run_case waveforms[] = {
+const std::vector<run_case> waveforms = {
     waveform("du", 1), waveform("dux", 1), waveform("a2", 6), waveform("gc16", 2),
     waveform("gc16x", 2), waveform("gl16", 3), waveform("reagl", 4), waveform("reagld", 5),
     waveform("reaglx", 4), waveform("gck16", 8), waveform("glkw16", 9), waveform("GC16", 257),
@@ -19,7 +19,7 @@ const run_case waveforms[] = {
     waveform("''", 257),
 };
 
-const run_case regions[] = {
+const std::vector<run_case> regions = {
     {.args = "-s w=758,h=1024 -f", .requests = "update 0,0 758x1024 wave=2 full; wait marker=42"},
     {.args = "-s w=99,h=5 -x 10 -y 20 -wdu -f",
      .requests = "update 10,20 99x5 wave=1 full; wait marker=42"},
@@ -53,7 +53,7 @@ const run_case regions[] = {
 const std::string again = "update 0,0 WxH wave=2 partial -> -1; sleep 500000; ";
 const std::string not_mapped = "tavo: open_device> cannot map framebuffer\n";
 const geometry tall = {758, 1024, 758, 2048, 8};
-const run_case refusals[] = {
+const std::vector<run_case> refusals = {
     {.args = "-s ''", .requests = "fault update:1; " + again + "update 0,0 WxH wave=2 partial",
      .err = "retrying.. -1"},
     {.args = "-s ''", .requests = "fault update:1; " + again + "fault update:2; " + again +

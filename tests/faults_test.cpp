@@ -28,7 +28,7 @@ const std::string refused_once = "fault update:1; update 0,0 WxH wave=2 full -> 
                                  "sleep 500000; update 0,0 WxH wave=2 full; wait marker=42";
 
 // clang-format off
-const run_case cases[] = {
+const std::vector<run_case> cases = {
     // A header and pixels in two parts each, with a signal between.
     with_files({.args = "-b dump", .draws = bytes(0, dump), .requests =
                 "fault short-read:1; fault eintr-read:2; fault short-read:3; "
