@@ -56,8 +56,8 @@ const std::vector<geometry> narrow = {
     {37, 30, 40, 30, 1}, {37, 30, 40, 30, 2}, {37, 30, 40, 30, 4}, {37, 30, 40, 30, 8}};
 const std::vector<run_case> places = {
     {"rgba-interlaced.png"}, {"rgba-interlaced.png -x1"}, {"rgba-interlaced.png -x500 -y8"},
-    {"rgba-interlaced.png -x757 -y1000"}, {"gray.png -x750 -y1010"}, {"gray.png -x0 -y-1"},
-    {"gray.png -x-1"}, {"rgb.png -x3 -y2"}, {"rgb.png -x2147483647 -y9"},
+    {"gray.png -x750 -y1010"}, {"gray.png -x0 -y-1"},
+    {"rgb.png -x3 -y2"}, {"rgb.png -x2147483647 -y9"},
     {"rgb.png -x9 -y2147483647"}, {"gray.pgm"}, // which is longer than what is read ahead
 };
 

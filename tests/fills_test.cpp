@@ -35,7 +35,6 @@ run_case filled(const std::string &args, int64_t x, int64_t y, int64_t width, in
 
 // clang-format off
 const std::vector<run_case> fills = {
-    {.args = "-c", .draws = shown({white})},
     {.args = "-q", .draws = shown({squares})},
     {.args = "-l", .draws = shown({levels_of_16})},
     {.args = "-p", .draws = shown({xor_pattern})},
@@ -44,7 +43,6 @@ const std::vector<run_case> fills = {
     {.args = "-q -c", .draws = shown({white})},
     {.args = "-a7", .draws = grid(7)},
     {.args = "-a1", .draws = grid(2)},
-    {.args = "-a-2147483648", .draws = grid(2)},
     {.args = "-a2147483647", .draws = grid(INT32_MAX)},
     filled("-dl=40,w=20,h=11 -x3 -y2", 3, 2, 20, 11, 0x40),
     filled("-dl=1ff,w=20,h=20 -x-5 -y10", -5, 10, 20, 20, 0x1FF),

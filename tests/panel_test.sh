@@ -207,6 +207,9 @@ faults() {
         fb 0200000; open G, "<", "victim"; print sysread(G, $_, 5);
         fb 0300; print sysread(F, my $to, $_) for 1, 9, 9, 9'
     panel --fail write perl -e 'open F, "<", "/dev/fb0"; syswrite STDERR, "\ntext\n"'
+    # The call after one that a signal ended works, and nothing is lost.
+    panel --fail eintr-read perl -e 'open F, "<", "/dev/fb0"; sysread STDIN, $_, 0; open F, "victim";
+        print "\n"; print sysread(F, $_, 2) ? $_ : $! + 0, " " for 1 .. 6'
     panel --fail open:2 --fail get-hold --fail read perl -e '
         open F, "+<", "/dev/fb0" for 1, 2; print "\n", $! + 0;
         open F, "+<", "/dev/fb0"; ioctl F, 0x40044634, my $word = "word"; print " ", $! + 0;
@@ -215,6 +218,7 @@ faults() {
 gives faults <<'END'
 get-hold 1 -> 0;set-hold 0 -> 0;fault wait:1;wait marker=42 -> -1;fault update:1;sleep 500000;fault update:2;sleep 500000;fault wait:1;wait marker=42 -> -1
 51944
+4 12 4 34 4 56 
 19 5 5
 ! retrying.. -1retrying.. -1
 ! text

@@ -54,8 +54,6 @@ run_case sized(const std::string &args, int width, int height, const std::string
 
 // clang-format off
 const std::vector<run_case> reports = {
-    numbered({.args = "-i", .out = until_colors}),
-    numbered({.args = "-i a b", .out = until_colors}),
     numbered({.args = "-i x", .requests = queries + "; get-cmap start=0 len=2", .out = whole}),
     named("-i", "PACKED_PIXELS", "MONO01", "type 0\nvisual 0\n"),
     named("-i", "PLANES", "MONO10", "type 1\nvisual 1\n"),
@@ -92,13 +90,9 @@ const std::vector<run_case> reports = {
     numbered({.args = "-i x", .requests = queries + "; fault calloc:1",
               .out = until_colors + "tavo: print_fb_info> unable to allocate colormap\n"}),
     // Of the command line: everything but the options' letters, and what comes after the report.
-    numbered({.args = "-n -i",
-              .requests = "get-hold 1; set-hold 0; " + queries + "; release-hold 0",
-              .out = until_colors}),
     numbered({.args = "-i -k fb", .requests = queries + "; get-cmap start=0 len=2",
               .out = whole + dumped, .files = {dump},
               .given = {{"fb", std::string(500, 'x'), 0666}}}),
-    numbered({.args = "-i -kfb", .out = until_colors + dumped, .files = {dump}}),
     numbered({.args = "-i -k/dev/full", .out = until_colors +
               "write framebuffer(424 byte @ADDRESS) 0 byte to file /dev/full\n"}),
     numbered({.args = "-i -kno/fb",

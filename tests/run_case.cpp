@@ -187,31 +187,22 @@ static std::string difference(const std::string &what, const std::string &wanted
            found + "\n";
 }
 
-static std::string difference(const test_file &wanted, const test_file &found)
-{
-    const std::string &content = wanted.content;
-    const auto same = std::ranges::mismatch(content, found.content).in1 - content.begin();
-    if (wanted.mode == found.mode && content == found.content)
-        return "";
-    return formatted(
-        "file %s: wanted %zu bytes and mode 0%o, found %zu and 0%o; %zd are the same\n",
-        wanted.name.c_str(), content.size(), wanted.mode, found.content.size(), found.mode, same);
-}
-
 std::string virtual_panel::wrong_files(const run_case &c) const
 {
-    std::map<std::string, test_file> files; // mode 0: not there
-    for (const auto &entry : fs::directory_iterator(folder + "/files"))
-        if (const std::string name = entry.path().filename(); !entry.is_fifo())
-            files[name] = {name, "", 0};
+    std::map<std::string, std::pair<std::string, int>> wanted, found; // contents and modes
     for (const auto *list : {&c.given, &c.files})
         for (const test_file &file : *list)
-            files[file.name] = file;
+            wanted[file.name] = found[file.name] = {file.content, file.mode};
+    for (const auto &entry : fs::directory_iterator(folder + "/files"))
+        if (!entry.is_fifo())
+            found[entry.path().filename()] = {};
     std::string wrong;
-    for (const auto &[name, file] : files) {
-        const fs::file_status status = fs::status(folder + "/files/" + name);
-        const int mode = fs::exists(status) ? int(status.permissions()) : 0;
-        wrong += difference(file, {name, read("files/" + name), mode});
+    for (auto &[name, file] : found) {
+        file = {read("files/" + name), int(fs::status(folder + "/files/" + name).permissions())};
+        if (file != wanted[name])
+            wrong += formatted(
+                "the file %s is not as wanted: %zu bytes for %zu, mode 0%o for 0%o\n", name.c_str(),
+                file.first.size(), wanted[name].first.size(), file.second, wanted[name].second);
     }
     return wrong;
 }
