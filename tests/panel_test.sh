@@ -185,17 +185,6 @@ gives summary <<'END'
 ! tavo-panel: updates 1, full 0, refused 0, panel time 260 ms
 END
 
-waveforms() {
-    panel --summary --frames film sh -c '
-        for wave in du a2 gc16 gl16 reagl reagld gck16 glkw16 none; do
-            tavo -w $wave -s w=1; tavo -w $wave -s w=1 -f
-        done' >/dev/null
-    find film -name '*.png' | sort | cut -d - -f 4 | uniq | tr '\n' ' '
-}
-gives waveforms <<'END'
-du a2 gc16 gl16 reagl reagld gck16 glkw16 auto ! tavo-panel: updates 18, full 9, refused 0, panel time 8110 ms
-END
-
 # Faults from the options, from the environment, and of libc: while the device is not open it works
 # (a directory cannot be opened so); one byte is not shortened; messages are not kept back.
 faults() {
@@ -310,12 +299,15 @@ other_programs() {
         : >/dev/fb0; printf x >>/dev/fb0; cmp memory ../state/memory
         tavo -n -d l=255,w=32,h=20; tavo -n -g screen'
     cmp -n 800 memory ../state/memory
+    panel sh -c 'tavo -n -s "" >said; cat ../state/hold; tavo -n; cat ../state/hold'
 }
 gives other_programs <<'END'
 geometry 32 20 40 30 8
 epd-virtual
 Length  : 40
 memory ../state/memory differ: byte 1, line 1
+1
+0
 END
 
 # Colours up to the last one, and an update with a number of its own in every field.
@@ -367,24 +359,6 @@ gives refused_requests <<'END'
 open -> 0;unknown 0x1234 -> -1;get-vscreeninfo -> -1;get-cmap start=256 len=0 -> -1;get-cmap start=255 len=0 -> 0;get-cmap start=255 len=1 -> -1
 END
 
-# Depths without grays: the glass stays white, and so is the working buffer.
-colours() {
-    panel --size 2x1 --bpp 32 perl -e '
-        open F, "+<", "/dev/fb0"; syswrite F, "xxxxxxxx";
-        ioctl(F, 0x4050462e, $_ = pack("l4 x64", 0, 0, 2, 1));
-        ioctl(F, 0xc0044634, $_ = "x" x 4); print unpack "H8", $_'
-    od -An -t x1 ../state/glass
-}
-gives colours <<'END'
-ffffffff ff ff
-END
-
-hold() { panel sh -c 'tavo -n -s "" >said; cat ../state/hold; tavo -n; cat ../state/hold'; }
-gives hold <<'END'
-1
-0
-END
-
 # Strokes as the records of a 32-bit kernel. Who does not touch is not lifted.
 strokes() {
     printf '%s\n' '# two fingers' up '10 20' '2: -30 40' '2: up' '' '2: up' '10 21' '2: 1 2' up >strokes
@@ -424,6 +398,11 @@ END
 
 # A frame for each update, with numbers that go on; the picture comes while the command runs.
 frames() {
+    panel --summary --frames waves sh -c '
+        for wave in du a2 gc16 gl16 reagl reagld gck16 glkw16 none; do
+            tavo -w $wave -s w=1; tavo -w $wave -s w=1 -f
+        done' >/dev/null
+    find waves -name '*.png' | sort | cut -d - -f 4 | uniq | paste -sd ' '
     play() { panel --png p.png --frames film "$@" >/dev/null; }
     tavo-panel --state ../state tavo -l >/dev/null
     # A picture may be one of the glass before the next update.
@@ -438,11 +417,13 @@ frames() {
     panel --trace tavo -n 2>&1 | tail -n 2
 }
 gives frames <<'END'
+du a2 gc16 gl16 reagl reagld gck16 glkw16 auto
 0002-0,0-32x20-gc16-partial.png
 0003-1,2-3x4-du-full.png
 other.png
 panel: release-hold 0 -> 0
 panel: close -> 0
+! tavo-panel: updates 18, full 9, refused 0, panel time 8110 ms
 END
 
 [[ $count != 0 ]] || failed=1

@@ -28,45 +28,35 @@ run_case numbered(run_case c)
     return c;
 }
 
-/// The report with names of a type and a visual, or their numbers.
-run_case named(const std::string &args, const char *type, const char *visual,
-               const std::string &settings)
+/// The report with another type and visual, and with a size in millimeters and what is worked out
+/// from it and 31 x 42 pixels.
+run_case changed(const std::string &settings, const std::string &type, const std::string &visual,
+                 const std::string &width = "75", const std::string &height = "86",
+                 const std::string &dots = "10.498667 12.404651 11")
 {
-    const std::string typed =
-        replaced(until_colors, "  INTERLEAVED_PLANES", formatted("%20s", type));
-    return numbered({.args = args,
-                     .out = replaced(typed, "         DIRECTCOLOR", formatted("%20s", visual)),
-                     .settings = settings,
-                     .name = "i " + settings});
-}
-
-/// The report with a size in millimeters, and what is worked out from it and 31 x 42 pixels.
-run_case sized(const std::string &args, int width, int height, const std::string &dots,
-               const std::string &settings)
-{
-    std::string out = replaced(until_colors, "10.498667 12.404651 11", dots);
-    out = replaced(out, "        75", formatted("%10d", width));
-    return numbered({.args = args,
-                     .out = replaced(out, "        86", formatted("%10d", height)),
-                     .settings = settings,
-                     .name = "i " + settings});
+    const auto wide = [](const std::string &text, size_t columns) {
+        return std::string(columns - text.size(), ' ') + text;
+    };
+    std::string out = replaced(until_colors, "  INTERLEAVED_PLANES", wide(type, 20));
+    out = replaced(out, "         DIRECTCOLOR", wide(visual, 20));
+    out = replaced(out, "10.498667 12.404651 11", dots);
+    out = replaced(out, "        75", wide(width, 10));
+    out = replaced(out, "        86", wide(height, 10));
+    return numbered({.args = "-i", .out = out, .settings = settings, .name = "i " + settings});
 }
 
 // clang-format off
 const std::vector<run_case> reports = {
     numbered({.args = "-i x", .requests = queries + "; get-cmap start=0 len=2", .out = whole}),
-    named("-i", "PACKED_PIXELS", "MONO01", "type 0\nvisual 0\n"),
-    named("-i", "PLANES", "MONO10", "type 1\nvisual 1\n"),
-    named("-i", "INTERLEAVED_PLANES", "TRUECOLOR", "type 2\nvisual 2\n"),
-    named("-i", "TEXT", "PSEUDOCOLOR", "type 3\nvisual 3\n"),
-    named("-i", "VGA_PLANES", "STATIC_PSEUDOCOLOR", "type 4\nvisual 5\n"),
-    named("-i", "5", "6", "type 5\nvisual 6\n"),
-    named("-i", "4294967295", "4294967294", "type -1\nvisual -2\n"),
-    sized("-i", 0, 0, "inf inf 0", "mm 0x0\n"),
-    sized("-i", 0, 86, "inf 12.404651 0", "mm 0x86\n"),
-    sized("-i", 31, 84, "25.400000 12.700000 19", "mm 31x84\n"),
-    sized("-i", -1, 86, "0.000000 12.404651 6", "mm 4294967295x86\n"),
-    sized("-i", 75, -1, "10.498667 0.000000 5", "mm 75x4294967295\n"),
+    changed("type 0\nvisual 0\nmm 0x0\n", "PACKED_PIXELS", "MONO01", "0", "0", "inf inf 0"),
+    changed("type 1\nvisual 1\nmm 0x86\n", "PLANES", "MONO10", "0", "86", "inf 12.404651 0"),
+    changed("type 2\nvisual 2\nmm 31x84\n", "INTERLEAVED_PLANES", "TRUECOLOR", "31", "84",
+            "25.400000 12.700000 19"),
+    changed("type 3\nvisual 3\nmm 4294967295x86\n", "TEXT", "PSEUDOCOLOR", "-1", "86",
+            "0.000000 12.404651 6"),
+    changed("type 4\nvisual 5\n", "VGA_PLANES", "STATIC_PSEUDOCOLOR"),
+    changed("type 5\nvisual 6\n", "5", "6"),
+    changed("type -1\nvisual -2\n", "4294967295", "4294967294"),
     numbered({.args = "-i", .out = fixed + variable +
               "waveform type = -1\nmaterial type = -2\ntemperature = -5 (C)\n",
               .settings = "waveform-type -1\nmaterial-type -2\ntemperature -5\n"}),
