@@ -61,6 +61,8 @@ const std::vector<run_case> options = {
      .requests = "get-vscreeninfo; update 0,1020 7x4 wave=2 partial"},
     {.args = "-d x hi", .requests = "get-vscreeninfo; update 0,0 WxH wave=2 partial"},
     // Of several actions, one runs.
+    {.args = "-d l=0,w=30,h=20 -j none", .draws = rectangle(0, 0, 30, 20, 0),
+     .requests = "get-vscreeninfo; update 0,0 30x20 wave=2 partial"},
     {.args = "-a5 -jnone",
      .requests = "get-vscreeninfo; update 0,0 WxH wave=2 full; wait marker=42"},
     {.args = "-d l=0,w=30,h=20 -g none",

@@ -163,9 +163,9 @@ END
 
 # A kill is passed on, and what the command left running is ended with it.
 kills() {
-    tavo-panel sh -c 'kill -TERM $PPID; sleep 30; :'
+    timeout 20 tavo-panel sh -c 'kill -TERM $PPID; sleep 30; :'
     echo $?
-    tavo-panel sh -c 'panel=$PPID; (sleep 0.2; kill $panel; sleep 30) & exit 3'
+    timeout 20 tavo-panel sh -c 'panel=$PPID; (sleep 0.2; kill $panel; sleep 30) & exit 3'
 }
 gives kills <<'END'
 143
