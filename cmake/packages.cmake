@@ -15,6 +15,8 @@ function(install_program component)
 endfunction()
 
 install_program(tavo)
+install(FILES shell/tavo.sh DESTINATION ${CMAKE_INSTALL_DATADIR}/tavo COMPONENT tavo)
+install(FILES man/tavo.sh.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7 COMPONENT tavo)
 install(PROGRAMS examples/clock examples/label examples/landscape examples/message-board
     examples/photo-frame examples/qr-code examples/status COMPONENT tavo
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tavo/examples)

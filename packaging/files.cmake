@@ -3,7 +3,7 @@
 # builds.
 file(GLOB_RECURSE files ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/*)
 set(papers ${files})
-list(FILTER papers INCLUDE REGEX "/man1/|/changelog$")
+list(FILTER papers INCLUDE REGEX "/man[17]/|/changelog$")
 set(programs ${files})
 list(FILTER programs INCLUDE REGEX "/bin/|[.]so$|/tavo-panel-view$")
 execute_process(COMMAND gzip -9n ${papers} COMMAND_ERROR_IS_FATAL ANY)

@@ -29,6 +29,7 @@ has CHANGELOG.md "## $version"
 has README.md "/tavo-$version-armhf-static.tar.gz"
 has man/tavo.1 ".Os tavo $version"
 has man/tavo-panel.1 ".Os tavo $version"
+has man/tavo.sh.7 ".Os tavo $version"
 
 grep -ohE "gtest_filter='[^']+" README.md CONTRIBUTING.md | cut -d "'" -f 2 | while read -r tests; do
     "$programs/tests/tavo-tests" --gtest_list_tests --gtest_filter="$tests" >"$work/tests"
