@@ -1,5 +1,5 @@
 // The calls of `tavo -s ''` and nothing else: open, query, two maps, an update, close; or as many
-// updates as an argument says. The panel of scripts/bench refuses them: each is tried six times.
+// updates as an argument says. The panel of bench/measure refuses them: each is tried six times.
 
 #include <fcntl.h>
 #include <linux/fb.h>

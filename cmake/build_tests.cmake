@@ -7,7 +7,7 @@ if(NOT TAVO_SANITIZE AND CMAKE_BUILD_TYPE STREQUAL Release)
     elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^armv7")
         set(kind armhf)
     endif()
-    add_test(NAME binary COMMAND ${CMAKE_SOURCE_DIR}/scripts/check-binary $<TARGET_FILE:tavo>
+    add_test(NAME binary COMMAND ${CMAKE_SOURCE_DIR}/tests/check-binary $<TARGET_FILE:tavo>
         ${kind})
     set_tests_properties(binary PROPERTIES ENVIRONMENT "READELF=${CMAKE_READELF}")
 endif()

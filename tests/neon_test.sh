@@ -8,7 +8,7 @@ command -v convert >/dev/null || exit 77 # ImageMagick makes the pictures
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir "$work/panel"
-"$(dirname "$0")/../fuzz/make-pictures" "$work/pictures" 150x107
+"$(dirname "$0")/make-pictures" "$work/pictures" 150x107
 
 decoded=0
 for picture in "$work"/pictures/*; do
