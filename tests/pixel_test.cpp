@@ -83,7 +83,7 @@ TEST(pixel, range)
     const surface *const target = &picture.shape, deep = {5, 8, 3, 16, nullptr};
     for (const auto &[x, y] : {std::pair(6, 0), {0, 4}, {-1, 0}, {0, -1}})
         EXPECT_EQ(
-            printed([&] { EXPECT_EQ(pixel_in_range(x, y, target), 0); }),
+            printed([&, x = x, y = y] { EXPECT_EQ(pixel_in_range(x, y, target), 0); }),
             formatted("tavo: pixel_in_range> (%d, %d) pixel not in range (0..5, 0..3)\n", x, y));
     EXPECT_EQ(printed([&] {
                   EXPECT_EQ(pixel_in_range(5, 3, target), 1); // a corner past the last pixel
@@ -98,7 +98,7 @@ TEST(pixel, range)
     set_pixel(4, 2, 0x40, target);
     EXPECT_EQ(get_pixel(4, 2, target), 0xBF);
     for (const auto &[x, y] : {std::pair(5, 0), {0, 3}}) // where a corner is in range, but no pixel
-        EXPECT_NE(printed([&] {
+        EXPECT_NE(printed([&, x = x, y = y] {
                       set_pixel(x, y, 0, target);
                       EXPECT_EQ(get_pixel(x, y, target), 0);
                   }),
