@@ -21,6 +21,4 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-set(TAVO_EMULATOR "qemu-arm -L /usr/arm-linux-gnueabihf" CACHE STRING
-    "Command that runs the tool when it is built for another machine")
-string(REPLACE " " ";" CMAKE_CROSSCOMPILING_EMULATOR "${TAVO_EMULATOR}")
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L /usr/arm-linux-gnueabihf)

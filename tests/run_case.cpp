@@ -111,18 +111,26 @@ void virtual_panel::write(const std::string &name, const std::string &content) c
     std::ofstream(folder + "/" + name, std::ios::binary) << content;
 }
 
-/// What a shell runs. An emulator hands the panel's library on to its guest.
+static std::string environment(const char *name, const char *otherwise)
+{
+    const char *value = getenv(name);
+    return value ? value : otherwise;
+}
+
+/// What a shell runs. A tool built for another machine is named by its folder and its emulator,
+/// which hands the panel's library on to its guest.
 static std::string command_of(const run_case &c, const std::string &folder)
 {
-    const std::string emulator = TAVO_EMULATOR, preload = "LD_PRELOAD=" PANEL_LIBRARY " ";
-    const std::string line = "cd " + folder +
-                             "/files && umask 0 && PATH=" PROGRAMS_FOLDER
-                             ":$PATH ASAN_OPTIONS=verify_asan_link_order=0 TAVO_PANEL_STATE=" +
-                             folder + "/state TAVO_PANEL_FAIL='" + faults_of(c.requests) + "' " +
-                             c.environment + " ";
+    const std::string emulator = environment("TAVO_EMULATOR", ""),
+                      programs = environment("TAVO_PROGRAMS", PROGRAMS_FOLDER),
+                      preload = "LD_PRELOAD=" + programs + "/libtavo-panel.so ";
+    const std::string line =
+        "cd " + folder + "/files && umask 0 && PATH=" + programs +
+        ":$PATH ASAN_OPTIONS=verify_asan_link_order=0 TAVO_PANEL_STATE=" + folder +
+        "/state TAVO_PANEL_FAIL='" + faults_of(c.requests) + "' " + c.environment + " ";
     if (emulator.empty())
         return line + preload + "exec tavo " + c.args;
-    return line + "exec " + emulator + " -0 tavo -E " + preload + PROGRAMS_FOLDER "/tavo " + c.args;
+    return line + "exec " + emulator + " -0 tavo -E " + preload + programs + "/tavo " + c.args;
 }
 
 /// Starts a process of ours, which is ended after 20 seconds.
