@@ -53,11 +53,10 @@ END
     tavo_columns=$((tavo_width / 16)) tavo_rows=$((tavo_height / 24))
 }
 
-# Replaces what the font lacks, in bytes, since not every sed knows UTF-8. The rest of a sign that
-# is left has bytes from \300 on at its beginning only.
+# In bytes, since not every sed knows UTF-8. What is left of it then begins with a byte from \300 on.
 # shellcheck disable=SC1112 # quotes of all kinds are what it is for
-_tavo_plain() {
-    LC_ALL=C sed -E -e 's/\r$//' -e "s/$_tavo_blanks/ /g; s/$_tavo_nothing//g" -e '
+tavo_plain() {
+    LC_ALL=C sed -E -e "s/$_tavo_nothing//g; s/$_tavo_blanks/ /g" -e '
         s/À|Á|Â|Ã|Å|Ā|Ă|Ą/A/g; s/à|á|â|ã|å|ā|ă|ą/a/g; s/Ä|Æ/Ae/g; s/ä|æ/ae/g; s/Ç|Ć|Ĉ|Ċ|Č/C/g
         s/ç|ć|ĉ|ċ|č/c/g; s/Ď|Đ|Ð/D/g; s/ď|đ|ð/d/g; s/È|É|Ê|Ë|Ē|Ĕ|Ė|Ę|Ě/E/g
         s/è|é|ê|ë|ē|ĕ|ė|ę|ě/e/g; s/Ĝ|Ğ|Ġ|Ģ/G/g; s/ĝ|ğ|ġ|ģ/g/g; s/Ĥ|Ħ/H/g; s/ĥ|ħ/h/g
@@ -70,16 +69,16 @@ _tavo_plain() {
         s/‘|’|‚|“|”|„|«|»|‹|›|′|″|´|`/"/g; s/…/.../g; s/•|·/*/g; s/°/deg/g; s/€/EUR/g; s/£/GBP/g
         s/\$/USD/g; s/ ?%/ pct/g; s/×/x/g; s/÷|\\/\//g; s/±/+-/g; s/→/->/g; s/←/<-/g; s/≤/<=/g
         s/≥/>=/g; s/½/1\/2/g; s/¼/1\/4/g; s/¾/3\/4/g; s/²/2/g; s/³/3/g; s/µ/u/g; s/#/No./g
-        s/;/,/g; s/!/./g; s/\{/(/g; s/}/)/g' -e "s/'/\"/g" | LC_ALL=C tr '\t-\r' ' ' |
-        LC_ALL=C tr -d '\200-\277\314\315' | LC_ALL=C tr -c 'A-Za-z0-9 ":._*~/,()@&+?<>=|[]-' '?'
+        s/;/,/g; s/!/./g; s/\{/(/g; s/}/)/g' -e "s/'/\"/g" | LC_ALL=C tr -d '\200-\277\314\315' |
+        LC_ALL=C tr -c 'A-Za-z0-9\n ":._*~/,()@&+?<>=|[]-' '?'
 }
-_tavo_blanks=$(printf '\302\240|\342\200\211|\342\200\257')                # fixed and narrow ones
-_tavo_nothing=$(printf '\302\255|\342\200\213|\357\270\217|\357\273\277') # signs without a width
+_tavo_blanks=$(printf '\302\240|\342\200\211|\342\200\257|\t|\v|\f|\r')
+_tavo_nothing=$(printf '\302\255|\342\200\213|\357\270\217|\357\273\277|\r$') # no width
 
 tavo_text() {
     [ $# -ge 3 ] || _tavo_fail "usage: tavo_text COLUMN ROW TEXT [-h]" || return 1
     _tavo_x=$(_tavo_number COLUMN "$1") && _tavo_y=$(_tavo_number ROW "$2") || return 1
-    _tavo_said=$(printf '%s' "$3" | _tavo_plain) || return 1
+    _tavo_said=$(printf '%s' "$3" | tavo_plain) || return 1
     shift 3
     for _tavo_word; do
         case $_tavo_word in -[fhv]) ;; *) _tavo_fail "no such option of a text" || return 1 ;; esac
