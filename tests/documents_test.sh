@@ -37,7 +37,7 @@ grep -ohE "gtest_filter='[^']+" README.md CONTRIBUTING.md | cut -d "'" -f 2 | wh
 done
 
 # The folder in which a reader runs the commands, with the files that are his own.
-mkdir -p "$work/tree/build" && cp -r README.md docs examples "$work/tree" && cd "$work/tree"
+mkdir -p "$work/tree/build" && cp -r README.md docs examples shell "$work/tree" && cd "$work/tree"
 ln -s "$programs" build/release
 ln -s "$programs"/*tavo* build
 convert examples/pictures/lake.png -resize 200x photo.png

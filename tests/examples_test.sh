@@ -30,7 +30,8 @@ shows() {
 
 stub date 'exec /bin/date -u -d "2026-11-23 09:41" "$@"'
 stub uname '[ "$1" = -n ] && echo reading-room || echo Linux 6.1.0'
-stub cat 'printf "0.31 0.24 0.18 1/99 1\nMemTotal: 510000 kB\nMemAvailable: 380000 kB\n"'
+stub uptime 'echo " 09:41:00 up 3 days, load average: 0.31, 0.24, 0.18"'
+stub cat '[ $# != 0 ] || exec /bin/cat; printf "MemTotal: 510000 kB\nMemAvailable: 380000 kB\n"'
 stub df 'printf "%s 0 0%% %s\n" "/dev/mmcblk0p2 3964000 2581000" / "/dev/sda1 61000000 9600000" /srv'
 convert pictures/lake.jpg -rotate 270 -quality 95 "$work/turned.jpg"
 { # the same with EXIF data that say so
@@ -58,13 +59,48 @@ convert -size 40x30 xc:none xc:black "$work/animation.gif"
 quiet --png "$work/glass.png" "$PWD/photo-frame" "$work/animation.gif"
 [[ $(identify -format '%[fx:mean]' "$work/glass.png") == 1 ]] || fail "the clear frame is not white"
 
-# A driver that is busy, one that refuses, and none; and a hold in the middle of a script that ends.
-quiet --fail update:1-3 "$PWD/status"
-for fault in update open; do
-    ! panel --fail $fault "$PWD/status" || fail "status ends well with the fault $fault"
-    grep -qE 'refused the update|cannot open framebuffer' "$work/said" || fail "$(<"$work/said")"
+# Other sizes, from where a package has them; the label has no room on the smallest.
+mkdir -p "$work/share/doc/tavo" && cp -r "$PWD" "$work/share/doc/tavo"
+cp -r ../shell "$work/share/tavo"
+for size in 800x480 1448x1072 250x122; do
+    for example in clock "status -f $PWD/pictures/lake.png" "qr-code a b" "photo-frame $PWD/pictures/lake.jpg"; do
+        # shellcheck disable=SC2086 # words of a command
+        quiet --size $size "$work/share/doc/tavo/examples/"$example
+    done
 done
-stub convert 'tavo -n -s "" && kill $PPID'
-! panel --state "$work/held" "$PWD/landscape" <<<text || fail "landscape survives"
-[[ $(<"$work/held/hold") == 0 && $(grep -c set-hold "$work/held/log") -gt 1 ]] || fail "a hold stays"
+
+# Each call ends with a status and one line, and shows nothing.
+while IFS='|' read -r status line arguments; do
+    eval "set -- $arguments"
+    code=0
+    panel --size 250x122 --state "$work/refused" "$PWD/$1" "${@:2}" || code=$?
+    [[ $code == "$status" && $(wc -l <"$work/said") == 1 ]] && grep -qF "$line" "$work/said" &&
+        ! grep -qs ' -> 0, ' "$work/refused/log" || fail "$*: $code, $(<"$work/said")"
+done <<'END'
+2|usage: clock [-f]|clock -h
+2|usage: status [-f [PICTURE]]|status -h
+2|usage: photo-frame FILE|photo-frame -h
+2|usage: photo-frame FILE|photo-frame
+2|usage: label CODE TITLE [LINE...]|label -h
+2|usage: label CODE TITLE [LINE...]|label A
+2|usage: qr-code TEXT [LINE]|qr-code -h
+2|usage: qr-code TEXT [LINE]|qr-code
+2|usage: message-board HEADING <MESSAGES|message-board -h
+2|usage: message-board HEADING <MESSAGES|message-board
+2|usage: landscape <TEXT|landscape -h
+1|status: cannot read /none|status -f /none
+1|photo-frame: cannot read /none|photo-frame /none
+1|photo-frame: cannot read .|photo-frame .
+1|label: the panel is too small for a label with this code|label A b
+1|label: a code has up to 22 characters|label ABCDEFGHIJKLMNOPQRSTUVW b
+1|qr-code: there is no text to encode|qr-code ""
+1|qr-code: the panel is too small for this text|qr-code "$(printf "%999s" x)"
+END
+stub convert 'exit 127'
+for example in clock landscape; do
+    ! panel "$PWD/$example" </dev/null && grep -q 'convert or its font is missing' "$work/said" ||
+        fail "$example without convert: $(<"$work/said")"
+done
+stub df 'exit 1' && stub uptime 'exit 1'
+quiet "$PWD/status"
 echo "examples: as in their pictures"
