@@ -16,6 +16,10 @@ endfunction()
 
 install_program(tavo)
 install(FILES shell/tavo.sh DESTINATION ${CMAKE_INSTALL_DATADIR}/tavo COMPONENT tavo)
+install(PROGRAMS shell/tavo-dashboard TYPE BIN COMPONENT tavo)
+install(FILES man/tavo-dashboard.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tavo)
+install(FILES shell/tavo-dashboard.service shell/tavo-dashboard.default
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tavo COMPONENT tavo)
 install(FILES man/tavo.sh.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7 COMPONENT tavo)
 install(PROGRAMS examples/clock examples/label examples/landscape examples/message-board
     examples/photo-frame examples/qr-code examples/status COMPONENT tavo
