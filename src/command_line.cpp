@@ -34,6 +34,7 @@ static void read_option(invocation &call, int letter)
         call.full = true;
         break;
     case 'j':
+        call.touch_path[0] = '\0'; // where the argument has none
         sscanf(optarg, "%63s", call.touch_path);
         break;
     case 'k':

@@ -28,9 +28,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
-#include <fcntl.h>
 #include <iterator>
-#include <unistd.h>
 
 // No option prints it: `strings` finds it in the program.
 [[gnu::used, gnu::retain]] constexpr char version[] = "tavo " TAVO_VERSION;
@@ -196,27 +194,16 @@ static continuation run_operands(const invocation &call, int &status)
     return continuation::release;
 }
 
-/// A standard stream that the caller has closed would hand its number to the framebuffer, and what
-/// is printed would be drawn.
-static void occupy_standard_streams()
-{
-    int fd;
-    do
-        fd = open("/dev/null", O_RDWR);
-    while (fd >= 0 && fd <= STDERR_FILENO);
-    if (fd >= 0)
-        close(fd);
-}
-
 int main(int argc, char **argv)
 {
-    // A reader of our output that has gone costs a line of text, never an update or a release.
+    // A reader of our output that has gone, and a file that may not grow, cost a line of text,
+    // never an update or a release.
     signal(SIGPIPE, SIG_IGN);
+    signal(SIGXFSZ, SIG_IGN);
     if (argc < 2) {
         print("%s\n", usage_text);
         return 1;
     }
-    occupy_standard_streams();
     if (open_device() != 0)
         return 0;
     invocation call = read_command_line(argc, argv);

@@ -127,10 +127,10 @@ static std::string command_of(const run_case &c, const std::string &folder)
     const std::string line =
         "cd " + folder + "/files && umask 0 && PATH=" + programs +
         ":$PATH ASAN_OPTIONS=verify_asan_link_order=0 TAVO_PANEL_STATE=" + folder +
-        "/state TAVO_PANEL_FAIL='" + faults_of(c.requests) + "' " + c.environment + " ";
+        "/state TAVO_PANEL_FAIL='" + faults_of(c.requests) + "' exec env " + c.environment + " ";
     if (emulator.empty())
-        return line + preload + "exec tavo " + c.args;
-    return line + "exec " + emulator + " -0 tavo -E " + preload + programs + "/tavo " + c.args;
+        return line + preload + "tavo " + c.args;
+    return line + emulator + " -0 tavo -E " + preload + programs + "/tavo " + c.args;
 }
 
 /// Starts a process of ours, which is ended after 20 seconds.

@@ -174,7 +174,7 @@ const std::vector<run_case> devices = {
            "39 599 1 0, 3 300 39 599, exit", {40, 600, 40, 600, 2}),
     traced("slot 1 x 8190 y 2 x 8192 y 3", "8192 3 8190 2", {8193, 4, 8193, 4, 1}),
     {.args = "-j none", .draws = [](canvas &c) { c.finish(); }},
-    {.args = "-j ' '", .draws = [](canvas &c) { c.finish(); }},
+    {.args = "-j in -j ' '", .draws = [](canvas &c) { c.finish(); }, .given = {{"in", ""}}},
     {.args = "-j .", .draws = ends("Is a directory")},
     {.args = "-j in", .draws = ends("Input/output error", "fault read:1"),
      .given = {{"in", "sixteen bytes..."}}},

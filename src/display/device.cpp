@@ -51,10 +51,21 @@ static surface mapped_screen()
             int32_t(std::min({info.yres, rows, most})), int32_t(bpp), device.screen_map};
 }
 
+/// A standard stream that the caller has closed would hand its number to the framebuffer or to a
+/// dump, and what is printed would be drawn. So each is opened: in a bare folder that a caller has
+/// made its root, where /dev/null is missing, as that folder, which takes no text either.
+static bool fill_standard_streams()
+{
+    for (int fd = 0; fd <= STDERR_FILENO; ++fd)
+        if (fcntl(fd, F_GETFD) < 0 && open("/dev/null", O_RDWR) < 0 && open("/", O_RDONLY) < 0)
+            return false;
+    return true;
+}
+
 int open_device()
 {
     framebuffer &device = display_device;
-    device.fd = open("/dev/fb0", O_RDWR);
+    device.fd = fill_standard_streams() ? open("/dev/fb0", O_RDWR) : -1;
     if (device.fd < 0) {
         message("open_device", "cannot open framebuffer device \"/dev/fb0\"\n");
         return fail();

@@ -39,6 +39,16 @@ static int64_t floor_division(int64_t value, int64_t divisor)
     return value / divisor - (value % divisor < 0 ? 1 : 0);
 }
 
+/// Reads pixels to the screen memory from `offset` on. Returns false when the file ended.
+static bool read_pixels(const descriptor &file, int64_t offset, size_t size)
+{
+    uint8_t *const pixels = display_device.screen_map + offset;
+    const size_t got = read_fully(file.fd, pixels, size);
+    for (size_t i = 0; i < got; ++i)
+        pixels[i] = translate_gray(uint8_t(display_device.screen.bpp), pixels[i]);
+    return got == size;
+}
+
 /// Reads one row of `bytes` from the file to screen memory from offset `to`; what lies before
 /// `begin` or from `end` on is dropped. Returns false when the file ended.
 static bool read_row(const descriptor &file, int64_t to, int64_t bytes, int64_t begin, int64_t end)
@@ -48,8 +58,7 @@ static bool read_row(const descriptor &file, int64_t to, int64_t bytes, int64_t 
     const size_t size = size_t(shown_end - shown);
     if (!skip_bytes(file.fd, uint64_t(shown - to)))
         return false;
-    uint8_t *const screen = display_device.screen_map;
-    if (size > 0 && read_fully(file.fd, screen + shown, size) < size)
+    if (size > 0 && !read_pixels(file, shown, size))
         return false;
     return skip_bytes(file.fd, uint64_t(to + bytes - shown_end));
 }
@@ -74,8 +83,7 @@ static void paint_rows(const descriptor &file, int32_t x, int32_t y, const raw_h
         row += above;
     }
     if (first == 0 && end == line && visible == line && row < last_row) {
-        read_fully(file.fd, display_device.screen_map + row * line,
-                   size_t((last_row - row) * line));
+        read_pixels(file, row * line, size_t((last_row - row) * line));
         return;
     }
     for (; row < last_row; ++row)
