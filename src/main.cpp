@@ -4,8 +4,8 @@
 // one action of stage one, send the final update, or else run the operands' action.
 //
 // To add an option:
-// 1. Its letter goes into option_string, and a case that only reads it into read_option
-//    (command_line.cpp); what it says becomes a field of `invocation` (command_line.h).
+// 1. Its letter goes into option_string, and a case into read_option (command_line.cpp); what it
+//    says becomes a field of `invocation` (command_line.h), or it draws as it is read.
 // 2. Its action is a function of the part that it belongs to, called from a row of stage_one_rules
 //    or from run_operands. If it repaints the screen, its letter joins refreshing_options.
 // 3. It gets rows in tests/: command line, picture, requests, output, status.
