@@ -5,7 +5,7 @@ file(GLOB_RECURSE files ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/*)
 set(papers ${files})
 list(FILTER papers INCLUDE REGEX "/man[17]/|/changelog$")
 set(programs ${files})
-list(FILTER programs INCLUDE REGEX "/bin/|[.]so$|/tavo-panel-view$")
+list(FILTER programs INCLUDE REGEX "/bin/tavo(-panel)?$|[.]so$|/tavo-panel-view$")
 execute_process(COMMAND gzip -9n ${papers} COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND ${CPACK_STRIP} --remove-section=.comment ${programs}
     COMMAND_ERROR_IS_FATAL ANY)
