@@ -59,6 +59,12 @@ timeout 100 "${panel[@]}" bash "$work/commands" >"$work/said" 2>&1 || fail "$(ta
 diff <(grep '^tavo: .*> ' "$work/said") - <<<"tavo: open_device> cannot map framebuffer" ||
     fail "a command complains, or the one that shall does not"
 
+# The pages of the library's man page, as one script.
+mandoc -T ascii "$OLDPWD/man/tavo.sh.7" | sed 's/.\x08//g' |
+    sed -n '/^EXAMPLES/,/^SEE/s/^           //p' | sed 's,/usr/local/share/tavo,shell,' >"$work/page"
+PATH=$programs:$PATH "$programs/tavo-panel" sh "$work/page" >"$work/said" 2>&1 || fail "$(<"$work/said")"
+diff "$work/said" - <<<'page: tavo: paint_image> cannot open "weather.png":can'"'t fopen" || fail "a page complains"
+
 # Blocks of console say what comes out, too.
 awk '/^```/ { shown = $0 == "```console"; next } shown' "${documents[@]}" |
     sed "s,/tmp/panel,$work/another," >"$work/wanted"
