@@ -16,6 +16,7 @@ import tempfile
 import threading
 import time
 import unittest
+import urllib.parse
 
 BUILD = pathlib.Path(sys.argv.pop(1)).resolve()
 TREE = pathlib.Path(__file__).resolve().parent.parent
@@ -33,7 +34,7 @@ class Server(http.server.BaseHTTPRequestHandler):
 
     def do_GET(self):
         self.seen.append((self.path, dict(self.headers)))
-        answer = self.answers.get(self.path, 404)
+        answer = self.answers.get(urllib.parse.unquote(self.path), 404)
         if callable(answer):
             answer = answer(self)
         if isinstance(answer, int):
@@ -93,9 +94,9 @@ FAILURES = {
     'server error': (500, r'answers with 500'),
     'a page': (b'<html>hello</html>', r'unknown image type'),
     'nothing': (b'', r'decode|image'),
-    'shorter than it says': (lambda s: s.reply(GOOD[:99], length=len(GOOD)), r'no whole answer|ends early'),
-    'half a png': (lambda s: s.reply(GOOD[:len(GOOD) // 2], length=0), r'ends early'),
-    'half a jpeg': (lambda s: s.reply(OTHER[:len(OTHER) // 2], length=0), r'ends early'),
+    'shorter than it says': (lambda s: s.reply(GOOD[:99], length=len(GOOD)), r'no whole answer|outofdata'),
+    'half a png': (lambda s: s.reply(GOOD[:len(GOOD) // 2], length=0), r'outofdata'),
+    'half a jpeg': (lambda s: s.reply(OTHER[:len(OTHER) // 2], length=0), r'expected marker'),
     'half a bmp': (lambda s: s.reply(BMP[:len(BMP) // 2], length=0), r'ends early'),
     'endless redirects': (redirect('/p'), r'redirect|no whole answer'),
     'a file': (redirect('file:///etc/passwd'), r'not an address|no whole answer'),
@@ -106,6 +107,7 @@ FAILURES = {
 DISPLAYS = {
     'ordinary': ('{"status":0,"image_url":"http:\\/\\/HOST\\/good","refresh_rate":900}', ''),
     'relative, in quotes': ('{"a":{"image_url":"x"},"refresh_rate":"1800","image_url":"/good"}', ''),
+    'a pattern': ('{"status":0,"image_url":"/good?[1-9]{a,b}"}', ''),
     'escapes': (r'{"x":"\"image_url\":\"no\"","status":200,"image_url":"\u002fgood"}', ''),
     'no picture': ('{"status":0,"image_url":null}', 'no picture'),
     'an option': ('{"status":0,"image_url":"-o/etc/x"}', 'answers with 404'),
@@ -140,7 +142,8 @@ class Dashboard(unittest.TestCase):
         self.addCleanup(self.web.server_close)
         self.addCleanup(self.web.shutdown)
         self.host = f'127.0.0.1:{self.web.server_address[1]}'
-        Server.answers, Server.seen = {'/good': GOOD, '/other': OTHER}, []
+        Server.answers, Server.seen = {'/good': GOOD, '/other': OTHER + bytes(99)}, []  # cameras add bytes
+        Server.answers['/good?[1-9]{a,b}'] = GOOD
 
     def panel(self, *command, **environment):
         return subprocess.run(
@@ -229,6 +232,11 @@ class Dashboard(unittest.TestCase):
         Server.answers['/api/display'] = lambda s: (
             {'status': 0, 'image_url': '/good'} if s.headers['Access-Token'] == 'new' else 401)
         self.shows('-t', f'http://{self.host}', TAVO_DASHBOARD_ID='AA:BB')
+        Server.answers['/b/api/setup'] = {'status': 200, 'api_key': 'for-b'}
+        Server.answers['/b/api/display'] = {'status': 0, 'image_url': '/good'}
+        self.shows('-t', f'http://{self.host}/b', TAVO_DASHBOARD_ID='AA:BB')
+        self.assertEqual([seen['Access-Token'] for path, seen in Server.seen if path == '/b/api/display'],
+                         ['for-b'])  # another server does not get the first one's
 
     def test_header_and_tag(self):
         Server.answers['/p'] = tagged
@@ -271,7 +279,9 @@ class Dashboard(unittest.TestCase):
     def test_lock(self):
         (self.folder / 'kept/lock').mkdir(parents=True)
         (self.folder / 'kept/lock/owner').write_text('1 another-boot\n')
-        self.shows(f'http://{self.host}/good')  # a dead run's lock is no obstacle
+        (self.folder / 'kept/breaking').mkdir()
+        self.dashboard('-1', f'http://{self.host}/good')
+        self.shows(f'http://{self.host}/good')  # what dead runs left is no obstacle
 
 
 def suite():
