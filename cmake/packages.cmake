@@ -31,7 +31,7 @@ if(TARGET tavo-panel)
     install(TARGETS tavo-panel-preload DESTINATION ${CMAKE_INSTALL_LIBDIR}/tavo-panel
         COMPONENT tavo-panel)
     if(TARGET tavo-panel-view)
-        install(TARGETS tavo-panel-view DESTINATION ${CMAKE_INSTALL_LIBDIR}/tavo-panel
+        install(TARGETS tavo-panel-view DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/tavo-panel
             COMPONENT tavo-panel)
     endif()
     list(APPEND CPACK_COMPONENTS_ALL tavo-panel)

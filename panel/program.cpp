@@ -122,7 +122,7 @@ std::string find_own_file(const char *name)
     const ssize_t length = readlink("/proc/self/exe", self, sizeof self);
     std::string folder(self, length < 0 ? 0 : size_t(length));
     folder.resize(folder.find_last_of('/') + 1);
-    for (const char *place : {"", TAVO_PANEL_LIBRARY_FOLDER "/"}) {
+    for (const char *place : {"", TAVO_PANEL_LIBRARY_FOLDER "/", TAVO_PANEL_HELPER_FOLDER "/"}) {
         std::string path = folder + place + name;
         if (access(path.c_str(), R_OK) == 0)
             return path;

@@ -9,6 +9,6 @@ std::string find_program(const char *name);
 /// interpreter; "" when it would, or when that cannot be seen.
 std::string find_obstacle(const std::string &path);
 
-/// Where a file that belongs to tavo-panel is: beside it in a build, in a folder for libraries
-/// where it is installed. "" when it is missing.
+/// Where a file that belongs to tavo-panel is: beside it in a build, in folders for libraries
+/// and helpers where it is installed. "" when it is missing.
 std::string find_own_file(const char *name);
