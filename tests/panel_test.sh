@@ -137,12 +137,13 @@ END
 
 # The caller's libraries and options stay; the state's path is absolute. $TMPDIR may be empty.
 environment() {
-    LD_PRELOAD=libm.so.6 ASAN_OPTIONS=color=never TAVO_PANEL_FAIL=map panel --fail wait sh -c '
+    LD_PRELOAD=libm.so.6 ASAN_OPTIONS=verify_asan_link_order=0 TAVO_PANEL_FAIL=map \
+        panel --fail wait sh -c '
         cd /; echo ${LD_PRELOAD##*/} $ASAN_OPTIONS $TAVO_PANEL_FAIL; test -p $TAVO_PANEL_STATE/touch'
     TMPDIR='' tavo-panel sh -c 'echo "${TAVO_PANEL_STATE%.*}"'
 }
 gives environment <<'END'
-libtavo-panel.so:libm.so.6 verify_asan_link_order=0:color=never wait
+libtavo-panel.so:libm.so.6 verify_asan_link_order=0:verify_asan_link_order=0 wait
 /tmp/tavo-panel
 ! tavo-panel: the command never opened the panel
 ! tavo-panel: the command never opened the panel
