@@ -267,7 +267,8 @@ END
 
 wrong_settings() {
     # No part of a picture is left that cannot be completed.
-    panel --png p.png sh -c 'tavo -n; echo size x >../state/panel; rm -f p.png' 2>/dev/null
+    panel --png p.png timeout 20 sh -c 'tavo -n; until [ -e p.png ]; do sleep 0.01; done
+        echo size x >../state/panel; rm -f p.png' 2>/dev/null
     echo $?
     ls
     echo colour 1 >../state/panel
